@@ -1,0 +1,51 @@
+# How every target here is built: the language, the warnings, the shared precompiled header, ccache and a fast linker
+# where the machine has them.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+find_program(KELMO_CCACHE ccache)
+if(KELMO_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    # The precompiled header is cached too, so that a clean tree rebuilds in seconds.
+    set(CMAKE_CXX_COMPILER_LAUNCHER
+        ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime
+        ${KELMO_CCACHE})
+    add_compile_options($<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
+endif()
+find_program(KELMO_LLD ld.lld)
+if(KELMO_LLD)
+    add_link_options(-fuse-ld=lld)
+endif()
+
+add_compile_options(-Wall -Wextra -Wpedantic)
+if(KELMO_WERROR)
+    add_compile_options(-Werror)
+endif()
+# Chars beyond ASCII go through QStringLiteral or QString::fromUtf8 on purpose, never by accident.
+add_compile_definitions(QT_NO_CAST_FROM_BYTEARRAY QT_NO_FOREACH QT_NO_KEYWORDS QT_USE_QSTRINGBUILDER)
+
+# kelmo_library(NAME FOLDER LINKS...): one static library for one folder of src/. It may include what it links, and
+# links only folders below it, so an include that climbs does not compile.
+function(kelmo_library name)
+    file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+    add_library(kelmo_${name} STATIC ${sources})
+    set_target_properties(kelmo_${name} PROPERTIES AUTOMOC ON)
+    target_include_directories(kelmo_${name} PUBLIC ${CMAKE_SOURCE_DIR}/src)
+    target_link_libraries(kelmo_${name} PUBLIC ${ARGN})
+    if(TARGET kelmo_pch)
+        target_precompile_headers(kelmo_${name} REUSE_FROM kelmo_pch)
+    endif()
+endfunction()
+
+# kelmo_tests(NAME LINKS...): the test program of one folder of tests/; every TEST becomes one ctest entry.
+function(kelmo_tests name)
+    file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+    add_executable(tests_${name} ${sources})
+    set_target_properties(tests_${name} PROPERTIES AUTOMOC ON)
+    target_include_directories(tests_${name} PRIVATE ${CMAKE_SOURCE_DIR})
+    target_link_libraries(tests_${name} PRIVATE ${ARGN} tests_support GTest::gmock)
+    target_precompile_headers(tests_${name} REUSE_FROM kelmo_pch)
+    gtest_discover_tests(tests_${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
+endfunction()

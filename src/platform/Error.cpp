@@ -1,0 +1,12 @@
+#include "platform/Error.h"
+
+namespace kelmo {
+
+QString userText(const Error& error)
+{
+    if (!error.description.isEmpty())
+        return error.description;
+    return QStringLiteral("The operation couldn’t be completed (%1 error %2).").arg(error.domain).arg(error.code);
+}
+
+} // namespace kelmo
