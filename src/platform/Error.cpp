@@ -1,6 +1,7 @@
 #include "platform/Error.h"
 
-namespace kelmo {
+namespace kelmo
+{
 
 QString userText(const Error& error)
 {

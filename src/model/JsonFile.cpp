@@ -1,0 +1,37 @@
+#include "model/JsonFile.h"
+
+#include <QFile>
+#include <QJsonDocument>
+
+namespace kelmo
+{
+
+namespace
+{
+
+constexpr qint64 maximumBytes = 256LL * 1024 * 1024;
+
+} // namespace
+
+std::optional<QJsonObject> JsonFile::readObject(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly) || file.size() > maximumBytes)
+        return std::nullopt;
+    // The recorder may still be writing, or the size be unknown, so the limit holds for the bytes read as well.
+    const QByteArray json = file.read(maximumBytes + 1);
+    if (json.size() > maximumBytes || file.error() != QFile::NoError)
+        return std::nullopt;
+    return parseObject(json);
+}
+
+std::optional<QJsonObject> JsonFile::parseObject(const QByteArray& json)
+{
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(json, &error);
+    if (error.error != QJsonParseError::NoError || !document.isObject())
+        return std::nullopt;
+    return document.object();
+}
+
+} // namespace kelmo

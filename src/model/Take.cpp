@@ -1,0 +1,151 @@
+#include "model/Take.h"
+
+#include "model/JsonFile.h"
+#include "model/Transcript.h"
+#include "platform/Home.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QHashFunctions>
+#include <QSet>
+
+#include <algorithm>
+
+namespace kelmo
+{
+
+namespace
+{
+
+constexpr char syncSuffix[] = "_sync";
+// In the order in which they are tested, each once.
+constexpr const char* sidecarSuffixes[] = {"_webcam", "_transcript", syncSuffix, "_cursor", "_merged_preview"};
+
+/// Joins literally: a name from a sync file stays inside the folder even when it begins with a slash.
+QString pathIn(const QUrl& dir, const QString& name)
+{
+    const QString folder = dir.toLocalFile();
+    const QLatin1String separator(folder.endsWith(QLatin1Char('/')) ? "" : "/");
+    return folder + separator + name;
+}
+
+/// What the recorder's sync file says; whatever is missing or of the wrong type keeps its default.
+struct Sync {
+    QString screenFileName;
+    QString webcamFileName;
+    double webcamOffsetMs = 0;
+    double screenAudioStartMs = 0;
+    QString recorder;
+};
+
+Sync readSync(const QUrl& dir, const QString& base)
+{
+    const QString path = pathIn(dir, base + QLatin1String("_sync.json"));
+    const QJsonObject json = JsonFile::readObject(path).value_or(QJsonObject());
+    return {
+        json.value(QLatin1String("screenFileName")).toString(base + QLatin1String(".mov")),
+        json.value(QLatin1String("webcamFileName")).toString(base + QLatin1String("_webcam.mov")),
+        json.value(QLatin1String("webcamOffsetFromScreenMs")).toDouble(0),
+        json.value(QLatin1String("screenAudioStartMs")).toDouble(0),
+        json.value(QLatin1String("recorder")).toString(QStringLiteral("corvane")),
+    };
+}
+
+void shift(std::vector<Word>& words, double offsetMs)
+{
+    for (Word& word : words) {
+        word.startMs = std::max(0.0, word.startMs + offsetMs);
+        word.endMs = std::max(0.0, word.endMs + offsetMs);
+    }
+}
+
+QDateTime modificationTime(const QString& path)
+{
+    const QDateTime time = QFileInfo(path).lastModified();
+    return time.isValid() ? time : QDateTime::fromMSecsSinceEpoch(std::numeric_limits<qint64>::min(), Qt::UTC);
+}
+
+QString withoutExtension(const QString& name)
+{
+    const auto dot = name.lastIndexOf(QLatin1Char('.'));
+    return dot > 0 && dot + 1 < name.size() ? name.left(dot) : name;
+}
+
+} // namespace
+
+QUrl Take::recordingsDir()
+{
+    const QString chosen = qEnvironmentVariable("CORVANE_TAKES_DIR");
+    if (!chosen.isEmpty())
+        return QUrl::fromLocalFile(chosen);
+    return QUrl::fromLocalFile(Home::file(QStringLiteral("Library/Application Support/Corvane/Recordings")));
+}
+
+std::vector<Take::Listing> Take::list(const QUrl& folder)
+{
+    const QDir directory(folder.toLocalFile());
+    const auto everything = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    const QStringList names = directory.entryList(everything, QDir::Unsorted);
+    const QSet<QString> present(names.begin(), names.end());
+    const QString ending = QString::fromLatin1(syncSuffix) + QLatin1String(".json");
+    std::vector<Listing> listings;
+    for (const QString& name : names) {
+        if (!name.endsWith(ending))
+            continue;
+        const QString base = name.chopped(ending.size());
+        const QString movie = base + QLatin1String(".mov");
+        if (present.contains(movie) || present.contains(base + QLatin1String(".mp4")))
+            listings.push_back(
+                {QUrl::fromLocalFile(pathIn(folder, movie)), base, modificationTime(pathIn(folder, name))});
+    }
+    std::stable_sort(
+        listings.begin(), listings.end(), [](const Listing& a, const Listing& b) { return a.date > b.date; });
+    return listings;
+}
+
+Result<Take> Take::load(const QString& path)
+{
+    const QFileInfo file(QDir::cleanPath(QFileInfo(Home::expandTilde(path)).absoluteFilePath()));
+    QString base = withoutExtension(file.fileName());
+    for (const char* suffix : sidecarSuffixes) {
+        const QLatin1String ending(suffix);
+        if (base.endsWith(ending))
+            base.chop(ending.size());
+    }
+    return load(QUrl::fromLocalFile(file.path()), base);
+}
+
+Result<Take> Take::load(const QUrl& dir, const QString& base)
+{
+    const Sync sync = readSync(dir, base);
+    const QString screen = pathIn(dir, sync.screenFileName);
+    if (!QFileInfo(screen).isFile())
+        return failure(QStringLiteral("Take"), 1, QStringLiteral("No screen file at ") + screen);
+    const QString webcam = pathIn(dir, sync.webcamFileName);
+    const bool hasWebcam = QFileInfo(webcam).isFile();
+
+    const QString transcriptPath = pathIn(dir, base + QLatin1String("_transcript.json"));
+    Transcript transcript = Transcript::read(transcriptPath).value_or(Transcript());
+    if (transcript.timeBase != QLatin1String("screenFile") && hasWebcam && sync.webcamOffsetMs != 0)
+        shift(transcript.words, sync.webcamOffsetMs);
+
+    Take take;
+    take.base = base;
+    take.dir = dir;
+    take.screenURL = QUrl::fromLocalFile(screen);
+    if (hasWebcam)
+        take.webcamURL = QUrl::fromLocalFile(webcam);
+    take.words = std::move(transcript.words);
+    take.webcamOffsetMs = sync.webcamOffsetMs;
+    take.screenAudioStartMs = sync.screenAudioStartMs;
+    take.recorder = sync.recorder;
+    take.aligned = transcript.aligned.value_or(false);
+    return take;
+}
+
+size_t qHash(const Take::Listing& listing, size_t seed) noexcept
+{
+    return qHashMulti(seed, listing.url, listing.base, listing.date);
+}
+
+} // namespace kelmo

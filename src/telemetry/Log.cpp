@@ -1,0 +1,79 @@
+#include "telemetry/Log.h"
+
+#include "platform/Home.h"
+#include "telemetry/LogWriter.h"
+
+#include <QByteArray>
+#include <QDateTime>
+
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+
+#include <poll.h>
+#include <unistd.h>
+
+namespace kelmo
+{
+
+namespace
+{
+
+// Never destroyed, so that whatever still logs while the process winds down finds it; only its thread ends.
+LogWriter& writer()
+{
+    static LogWriter* const instance = [] {
+        auto* created = new LogWriter;
+        std::atexit([] { writer().close(); });
+        return created;
+    }();
+    return *instance;
+}
+
+// Whoever started the program may have piped its output and stopped reading. The log waits for such a reader once, for
+// a moment, and then leaves out the echo until there is room again: the editor must never hang on it.
+bool outputHasRoom()
+{
+    static std::atomic<bool> stalled = false;
+    pollfd output{STDOUT_FILENO, POLLOUT, 0};
+    stalled = ::poll(&output, 1, stalled ? 0 : 50) <= 0;
+    return !stalled;
+}
+
+// One write for the whole line keeps the lines of several threads apart.
+void echo(const QByteArray& line)
+{
+    // A reader that went away must not end the program; writing then simply fails.
+    static const auto ignored = std::signal(SIGPIPE, SIG_IGN);
+    Q_UNUSED(ignored);
+    if (!outputHasRoom())
+        return;
+    const char* data = line.constData();
+    auto left = static_cast<size_t>(line.size());
+    while (left > 0) {
+        const ssize_t written = ::write(STDOUT_FILENO, data, left);
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return;
+        data += written;
+        left -= static_cast<size_t>(written);
+    }
+}
+
+} // namespace
+
+void Log::line(QStringView tag, QStringView message)
+{
+    const QString time = QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);
+    const QString text = time + QLatin1String(" [") + tag + QLatin1String("] ") + message + QLatin1Char('\n');
+    const QByteArray line = text.toUtf8();
+    echo(line);
+    writer().append(Home::file(QStringLiteral("Library/Logs/KelmoEditor.log")), line);
+}
+
+void Log::line(QStringView tag, const QString& message) { line(tag, QStringView(message)); }
+
+void Log::flush() { writer().flush(); }
+
+} // namespace kelmo
