@@ -1,7 +1,6 @@
 #include "platform/Error.h"
 
-namespace kelmo
-{
+namespace kelmo {
 
 QString userText(const Error& error)
 {

@@ -4,8 +4,7 @@
 
 #include <tl/expected.hpp>
 
-namespace kelmo
-{
+namespace kelmo {
 
 /// What went wrong, in the form that every folder passes upwards: `domain` and `code` tell callers apart what happened,
 /// `description` is one sentence for the user and may be empty when there is nothing useful to say.

@@ -1,0 +1,315 @@
+#include "media/stack/AssetOpening.h"
+
+extern "C" {
+#include <libavutil/display.h>
+#include <libavutil/opt.h>
+}
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <cmath>
+#include <set>
+
+namespace kelmo {
+
+namespace {
+
+constexpr int ioBufferSize = 64 << 10;
+constexpr size_t mostSamples = 200'000'000;
+
+/// A file as libav reads it while the tables are built. Once `skipMediaData` is set, bytes inside `mdat` bodies are not
+/// read from disk: the demuxer needs to step over them, and nobody looks at what they hold.
+class TableIO {
+public:
+    explicit TableIO(const QString& path)
+        : m_file(path)
+    {
+    }
+
+    ~TableIO()
+    {
+        if (m_context)
+            av_freep(&m_context->buffer);
+        avio_context_free(&m_context);
+    }
+
+    TableIO(const TableIO&) = delete;
+    TableIO& operator=(const TableIO&) = delete;
+
+    bool open()
+    {
+        if (!m_file.open(QIODevice::ReadOnly))
+            return false;
+        m_boxes = MovBoxes::read(m_file);
+        auto* buffer = static_cast<uint8_t*>(av_malloc(ioBufferSize));
+        m_context = avio_alloc_context(buffer, ioBufferSize, 0, this, &TableIO::read, nullptr, &TableIO::seek);
+        return m_context != nullptr;
+    }
+
+    void skipMediaData()
+    {
+        m_skip = true;
+        m_context->direct = 1;
+    }
+
+    [[nodiscard]] AVIOContext* context() const { return m_context; }
+    [[nodiscard]] const MovBoxes& boxes() const { return m_boxes; }
+    [[nodiscard]] int64_t size() const { return m_file.size(); }
+    [[nodiscard]] QString reason() const { return m_file.errorString(); }
+
+private:
+    static int read(void* opaque, uint8_t* buffer, int size)
+    {
+        auto* io = static_cast<TableIO*>(opaque);
+        if (io->m_skip && io->m_boxes.isMediaData(io->m_position, io->m_position + size)) {
+            io->m_position += size;
+            return size;
+        }
+        if (!io->m_file.seek(io->m_position))
+            return AVERROR(EIO);
+        const qint64 got = io->m_file.read(reinterpret_cast<char*>(buffer), size);
+        if (got < 0)
+            return AVERROR(EIO);
+        io->m_position += got;
+        return got == 0 ? AVERROR_EOF : int(got);
+    }
+
+    static int64_t seek(void* opaque, int64_t offset, int whence)
+    {
+        auto* io = static_cast<TableIO*>(opaque);
+        if (whence == AVSEEK_SIZE)
+            return io->m_file.size();
+        if (whence == SEEK_CUR)
+            offset += io->m_position;
+        else if (whence == SEEK_END)
+            offset += io->m_file.size();
+        if (offset < 0)
+            return AVERROR(EINVAL);
+        io->m_position = offset;
+        return offset;
+    }
+
+    QFile m_file;
+    MovBoxes m_boxes;
+    AVIOContext* m_context = nullptr;
+    int64_t m_position = 0;
+    bool m_skip = false;
+};
+
+Error openError(const QString& path, const QString& reason)
+{
+    return {QStringLiteral("Media"), 1,
+        QStringLiteral("Can’t open ") % QFileInfo(path).fileName() % QStringLiteral(": ") % reason};
+}
+
+AvHandle<AVFormatContext> newInput(AVIOContext* io, AVDictionary** options)
+{
+    AVFormatContext* input = avformat_alloc_context();
+    if (!input)
+        return nullptr;
+    if (io) {
+        input->pb = io;
+        input->flags |= AVFMT_FLAG_CUSTOM_IO;
+    }
+    av_dict_set(options, "format_whitelist", "mov,mp4,m4a,3gp,3g2,mj2,matroska,webm,avi,mpegts", 0);
+    av_dict_set(options, "protocol_whitelist", "file", 0);
+    // Edit lists are applied by SampleIndex, which keeps sound and picture together to the tick.
+    av_dict_set(options, "ignore_editlist", "1", 0);
+    av_dict_set(options, "ignore_chapters", "1", 0);
+    return AvHandle<AVFormatContext>(input);
+}
+
+Result<AvHandle<AVFormatContext>> opened(AvHandle<AVFormatContext> input, AVDictionary* options, const QString& path)
+{
+    const QByteArray url = "file:" + QFile::encodeName(path);
+    AVFormatContext* raw = input.release(); // avformat_open_input frees it when it fails.
+    const int code = raw ? avformat_open_input(&raw, ("file:" + QFile::encodeName(path)).constData(), nullptr, &options)
+                         : AVERROR(ENOMEM);
+    av_dict_free(&options);
+    if (code < 0)
+        return avFailure(code, QStringLiteral("Can’t open"), QFileInfo(path).fileName());
+    return AvHandle<AVFormatContext>(raw);
+}
+
+int quarterTurnsOf(const AVStream& stream)
+{
+#if LIBAVFORMAT_VERSION_MAJOR >= 61
+    const AVPacketSideData* data = av_packet_side_data_get(
+        stream.codecpar->coded_side_data, stream.codecpar->nb_coded_side_data, AV_PKT_DATA_DISPLAYMATRIX);
+    const uint8_t* matrix = data ? data->data : nullptr;
+#else
+    const uint8_t* matrix = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, nullptr);
+#endif
+    if (!matrix)
+        return 0;
+    const double counterClockwise = av_display_rotation_get(reinterpret_cast<const int32_t*>(matrix));
+    if (std::isnan(counterClockwise))
+        return 0;
+    return ((int(std::lround(-counterClockwise / 90.0)) % 4) + 4) % 4;
+}
+
+void describeVideo(const AVStream& stream, Track& track)
+{
+    const AVCodecParameters& parameters = *stream.codecpar;
+    AVRational aspect
+        = stream.sample_aspect_ratio.num > 0 ? stream.sample_aspect_ratio : parameters.sample_aspect_ratio;
+    if (aspect.num <= 0 || aspect.den <= 0 || aspect.num > 100 * int64_t(aspect.den))
+        aspect = {1, 1};
+    track.naturalWidth = int(scaled(parameters.width, aspect.num, aspect.den));
+    track.naturalHeight = parameters.height;
+    track.quarterTurns = quarterTurnsOf(stream);
+    track.color = {parameters.color_primaries, parameters.color_trc, parameters.color_space,
+        parameters.color_range == AVCOL_RANGE_JPEG};
+    const double seconds = double(track.range.duration.us) / 1e6;
+    track.nominalFps = seconds > 0 ? double(track.index.displays().size()) / seconds : 0;
+}
+
+/// The edit list as ticks of the track. A list that only says "from the start, everything" becomes one segment, too.
+std::vector<EditSegment> editSegments(const MovBoxes& boxes, int trackId, Ratio timeBase)
+{
+    const auto found = boxes.tracks.find(trackId);
+    if (found == boxes.tracks.end() || boxes.movieTimescale <= 0)
+        return {};
+    std::vector<EditSegment> segments;
+    int64_t movieTime = 0;
+    for (const MovBoxes::Edit& edit : found->second.edits) {
+        if (edit.duration < 0 || edit.duration > INT64_MAX / 4 - movieTime)
+            break;
+        const int64_t start = scaled(movieTime, timeBase.den, boxes.movieTimescale * timeBase.num);
+        movieTime += edit.duration;
+        const int64_t end = scaled(movieTime, timeBase.den, boxes.movieTimescale * timeBase.num);
+        if (edit.mediaTime >= 0)
+            segments.push_back({edit.mediaTime, start, edit.duration > 0 ? end - start : INT64_MAX / 4});
+    }
+    return segments;
+}
+
+struct StreamSamples {
+    std::vector<Sample> samples;
+    int64_t lastDuration = 0;
+};
+
+/// Steps through the whole file and notes every sample of the wanted streams.
+Result<std::vector<StreamSamples>> listSamples(
+    AVFormatContext& input, const std::set<int>& wanted, int64_t fileSize, const QString& path)
+{
+    std::vector<StreamSamples> streams(input.nb_streams);
+    const AvHandle<AVPacket> packet = makeAvPacket();
+    size_t total = 0;
+    while (av_read_frame(&input, packet.get()) >= 0) {
+        const int64_t dts = packet->dts != AV_NOPTS_VALUE ? packet->dts : packet->pts;
+        const int64_t pts = packet->pts != AV_NOPTS_VALUE ? packet->pts : dts;
+        const bool whole = packet->pos < 0 || packet->pos + packet->size <= fileSize;
+        const size_t stream = size_t(packet->stream_index);
+        if (stream < streams.size() && wanted.count(packet->stream_index) && pts != AV_NOPTS_VALUE && whole) {
+            streams[stream].samples.push_back(
+                {pts, dts, packet->pos, packet->size, (packet->flags & AV_PKT_FLAG_KEY) != 0});
+            streams[stream].lastDuration = packet->duration;
+            ++total;
+        }
+        av_packet_unref(packet.get());
+        if (total > mostSamples)
+            return tl::unexpected(openError(path, QStringLiteral("it has too many samples")));
+    }
+    return streams;
+}
+
+/// How long the last sample lasts. With B-frames the demuxer only gives an average to each packet, but the length of
+/// the media as a whole is exact, and so is the last decoding time.
+int64_t lastDurationOf(const AVStream& stream, const StreamSamples& listed, bool isMov)
+{
+    if (!isMov || stream.duration <= 0 || listed.samples.empty())
+        return listed.lastDuration;
+    const int64_t rest = stream.duration - (listed.samples.back().dts - listed.samples.front().dts);
+    return rest > 0 && rest < 60 * int64_t(stream.time_base.den) ? rest : listed.lastDuration;
+}
+
+bool isUsable(const AVStream& stream)
+{
+    const AVCodecParameters& parameters = *stream.codecpar;
+    if (stream.disposition & AV_DISPOSITION_ATTACHED_PIC || stream.time_base.num <= 0 || stream.time_base.den <= 0)
+        return false;
+    if (parameters.codec_type == AVMEDIA_TYPE_VIDEO)
+        return parameters.width > 0 && parameters.height > 0;
+    return parameters.codec_type == AVMEDIA_TYPE_AUDIO && parameters.sample_rate > 0;
+}
+
+Track describedTrack(const AVStream& stream, StreamSamples listed, const MovBoxes& boxes, bool isMov)
+{
+    Track track;
+    track.stream = stream.index;
+    track.type = stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO ? MediaType::Video : MediaType::Audio;
+    const Ratio timeBase{stream.time_base.num, stream.time_base.den};
+    const int64_t lastDuration = lastDurationOf(stream, listed, isMov);
+    track.index = SampleIndex(std::move(listed.samples),
+        isMov ? editSegments(boxes, stream.id, timeBase) : std::vector<EditSegment>(), timeBase, lastDuration);
+    track.range = track.index.range();
+    AvHandle<AVCodecParameters> parameters(avcodec_parameters_alloc());
+    avcodec_parameters_copy(parameters.get(), stream.codecpar);
+    track.parameters = std::shared_ptr<const AVCodecParameters>(
+        parameters.release(), [](const AVCodecParameters* owned) { AvFree()(const_cast<AVCodecParameters*>(owned)); });
+    track.sampleRate = stream.codecpar->sample_rate;
+    track.channels = stream.codecpar->ch_layout.nb_channels;
+    if (track.type == MediaType::Video)
+        describeVideo(stream, track);
+    return track;
+}
+
+} // namespace
+
+Result<AvHandle<AVFormatContext>> openContainer(const QString& path)
+{
+    AVDictionary* options = nullptr;
+    AvHandle<AVFormatContext> input = newInput(nullptr, &options);
+    return opened(std::move(input), options, path);
+}
+
+Result<AssetTables> readTables(const QString& path)
+{
+    quietAvLog();
+    if (!QFileInfo(path).isFile())
+        return tl::unexpected(openError(path, QStringLiteral("there is no such file")));
+    TableIO io(path);
+    if (!io.open())
+        return tl::unexpected(openError(path, io.reason()));
+    if (io.size() == 0)
+        return tl::unexpected(openError(path, QStringLiteral("the file is empty")));
+    if (!io.boxes().mediaData.empty() && !io.boxes().hasMovie)
+        return tl::unexpected(openError(path, QStringLiteral("the recording isn’t finished, or its end is missing")));
+
+    AVDictionary* options = nullptr;
+    AvHandle<AVFormatContext> fresh = newInput(io.context(), &options);
+    Result<AvHandle<AVFormatContext>> input = opened(std::move(fresh), options, path);
+    if (!input)
+        return tl::unexpected(input.error());
+    AVFormatContext& format = **input;
+    AssetTables tables;
+    tables.isMov = io.boxes().hasMovie;
+    if (tables.isMov) {
+        format.flags |= AVFMT_FLAG_NOPARSE | AVFMT_FLAG_NOFILLIN;
+        io.skipMediaData();
+    } else if (const int code = avformat_find_stream_info(&format, nullptr); code < 0) {
+        return avFailure(code, QStringLiteral("Can’t read"), QFileInfo(path).fileName());
+    }
+
+    std::set<int> wanted;
+    for (unsigned i = 0; i < format.nb_streams; ++i) {
+        const bool usable = isUsable(*format.streams[i]);
+        format.streams[i]->discard = usable ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+        if (usable)
+            wanted.insert(int(i));
+    }
+    Result<std::vector<StreamSamples>> listed = listSamples(format, wanted, io.size(), path);
+    if (!listed)
+        return tl::unexpected(listed.error());
+    for (const int stream : wanted) {
+        Track track
+            = describedTrack(*format.streams[stream], std::move((*listed)[size_t(stream)]), io.boxes(), tables.isMov);
+        if (!track.index.isEmpty())
+            tables.tracks.push_back(std::move(track));
+    }
+    return tables;
+}
+
+} // namespace kelmo

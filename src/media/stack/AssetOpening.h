@@ -1,0 +1,23 @@
+#pragma once
+
+#include "media/stack/Asset.h"
+#include "media/stack/AvHandles.h"
+#include "media/stack/MovBoxes.h"
+
+namespace kelmo {
+
+/// Opens a file with libav for reading its headers only, from a whitelist of containers, so that a playlist or a
+/// script in a movie's clothes cannot make it open other files. Internal to the media stack.
+[[nodiscard]] Result<AvHandle<AVFormatContext>> openContainer(const QString& path);
+
+/// The tables of one file: its tracks, as Asset keeps them.
+struct AssetTables {
+    std::vector<Track> tracks;
+    bool isMov = false;
+};
+
+/// Reads the tables of a movie. For QuickTime and MP4 files the media data itself is never touched: the demuxer walks
+/// its whole index over a file whose `mdat` bodies read as nothing. Other containers are read through once.
+[[nodiscard]] Result<AssetTables> readTables(const QString& path);
+
+} // namespace kelmo

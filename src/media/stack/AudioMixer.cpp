@@ -1,0 +1,103 @@
+#include "media/stack/AudioMixer.h"
+
+#include "media/stack/PeakLimiter.h"
+
+namespace kelmo {
+
+namespace {
+
+constexpr int channels = AudioTrackReader::channels;
+
+} // namespace
+
+Result<std::unique_ptr<AudioMixer>> AudioMixer::open(
+    std::vector<CompositionTrack> tracks, std::vector<VolumeRamp> ramps)
+{
+    std::unique_ptr<AudioMixer> mixer(new AudioMixer);
+    for (const CompositionTrack& track : tracks) {
+        Result<std::unique_ptr<AudioTrackReader>> reader = AudioTrackReader::open(track.asset, *track.track);
+        if (!reader)
+            return tl::unexpected(reader.error());
+        mixer->m_readers.push_back(std::move(*reader));
+    }
+    mixer->m_tracks = std::move(tracks);
+    mixer->m_ramps = std::move(ramps);
+    return mixer;
+}
+
+Result<void> AudioMixer::mix(int64_t position, int count, float* interleaved)
+{
+    constexpr int reach = PeakLimiter::reach;
+    const int64_t from = position - reach;
+    const int64_t to = position + count + reach;
+    int64_t mixedEnd = m_mixedStart + int64_t(m_mixed.size()) / channels;
+    if (from < m_mixedStart || from > mixedEnd) {
+        m_mixed.clear();
+        m_mixedStart = mixedEnd = from;
+    }
+    m_mixed.erase(m_mixed.begin(), m_mixed.begin() + (from - m_mixedStart) * channels);
+    m_mixedStart = from;
+    if (mixedEnd < to) {
+        const size_t kept = m_mixed.size();
+        m_mixed.resize(size_t(to - from) * channels);
+        if (Result<void> mixed = mixTracks(mixedEnd, int(to - mixedEnd), m_mixed.data() + kept); !mixed) {
+            m_mixed.resize(kept);
+            return mixed;
+        }
+    }
+    PeakLimiter::limit(std::span(m_mixed).first(size_t(count + 2 * reach) * channels),
+        std::span(interleaved, size_t(count) * channels));
+    return {};
+}
+
+Result<void> AudioMixer::mixTracks(int64_t position, int count, float* interleaved)
+{
+    std::fill_n(interleaved, size_t(count) * channels, 0.0f);
+    for (size_t track = 0; track < m_tracks.size(); ++track) {
+        if (Result<void> added = addTrack(track, position, count, interleaved); !added)
+            return added;
+    }
+    applyRamps(position, count, interleaved);
+    return {};
+}
+
+Result<void> AudioMixer::addTrack(size_t track, int64_t position, int count, float* interleaved)
+{
+    const std::vector<CompositionSegment>& segments = m_tracks[track].segments;
+    auto segment = std::partition_point(segments.begin(), segments.end(),
+        [&](const CompositionSegment& each) { return sampleAt(each.place().end()) <= position; });
+    for (; segment != segments.end() && sampleAt(segment->at) < position + count; ++segment) {
+        // Both ends are rounded on the edited clock, so that pieces meet without a missing or doubled sample.
+        const int64_t start = sampleAt(segment->at);
+        const int64_t from = std::max(position, start);
+        const int64_t to = std::min(position + count, sampleAt(segment->place().end()));
+        if (from >= to)
+            continue;
+        const int64_t source = sampleAt(segment->source.start) + (from - start);
+        m_scratch.resize(size_t(to - from) * channels);
+        if (Result<void> read = m_readers[track]->read(source, int(to - from), m_scratch.data()); !read)
+            return read;
+        float* out = interleaved + (from - position) * channels;
+        for (size_t i = 0; i < m_scratch.size(); ++i)
+            out[i] += m_scratch[i];
+    }
+    return {};
+}
+
+void AudioMixer::applyRamps(int64_t position, int count, float* interleaved) const
+{
+    auto ramp = std::partition_point(
+        m_ramps.begin(), m_ramps.end(), [&](const VolumeRamp& each) { return sampleAt(each.place.end()) <= position; });
+    for (; ramp != m_ramps.end() && sampleAt(ramp->place.start) < position + count; ++ramp) {
+        const int64_t start = sampleAt(ramp->place.start);
+        const int64_t end = sampleAt(ramp->place.end());
+        for (int64_t at = std::max(start, position); at < std::min(end, position + count); ++at) {
+            const float gain = ramp->from + (ramp->to - ramp->from) * float(at - start) / float(end - start);
+            float* sample = interleaved + (at - position) * channels;
+            sample[0] *= gain;
+            sample[1] *= gain;
+        }
+    }
+}
+
+} // namespace kelmo

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "media/stack/AudioTrackReader.h"
+#include "media/stack/Composition.h"
+
+namespace kelmo {
+
+/// Mixes a composition's audio tracks to 48 kHz stereo on the edited clock, with the joins' volume ramps, exact to the
+/// sample. Any stretch gives the same samples however it is read. Owned by one user at a time; not thread-safe.
+class AudioMixer {
+public:
+    /// Opens a reader for each track. `ramps` are ascending, without overlap, and hold for every track.
+    [[nodiscard]] static Result<std::unique_ptr<AudioMixer>> open(
+        std::vector<CompositionTrack> tracks, std::vector<VolumeRamp> ramps);
+
+    /// Fills `count` stereo samples (interleaved) from sample `position` of the edited clock; silence beyond its ends.
+    [[nodiscard]] Result<void> mix(int64_t position, int count, float* interleaved);
+
+    /// The sample at which a moment of a clock falls.
+    [[nodiscard]] static int64_t sampleAt(MediaTime time) { return scaled(time.us, AudioTrackReader::rate, 1'000'000); }
+
+private:
+    AudioMixer() = default;
+
+    [[nodiscard]] Result<void> mixTracks(int64_t position, int count, float* interleaved);
+    [[nodiscard]] Result<void> addTrack(size_t track, int64_t position, int count, float* interleaved);
+    void applyRamps(int64_t position, int count, float* interleaved) const;
+
+    std::vector<CompositionTrack> m_tracks;
+    std::vector<std::unique_ptr<AudioTrackReader>> m_readers;
+    std::vector<VolumeRamp> m_ramps;
+    std::vector<float> m_scratch;
+
+    std::vector<float> m_mixed; ///< Mixed but not yet limited, from sample m_mixedStart on.
+    int64_t m_mixedStart = 0;
+};
+
+} // namespace kelmo

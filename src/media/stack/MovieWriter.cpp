@@ -1,0 +1,177 @@
+#include "media/stack/MovieWriter.h"
+
+#include "media/stack/AvHandles.h"
+
+#include <QFile>
+#include <QFileInfo>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace kelmo {
+
+namespace {
+
+constexpr int videoStream = 0;
+constexpr int audioStream = 1;
+/// How far sound may run ahead of the picture: enough to never hold it up, little enough to interleave well.
+constexpr MediaTime mostAhead{1'500'000};
+
+void closeAndFree(AVFormatContext* format)
+{
+    avio_closep(&format->pb);
+    avformat_free_context(format);
+}
+
+void flushToDisk(const QString& path)
+{
+    const int file = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    if (file >= 0) {
+        ::fsync(file);
+        ::close(file);
+    }
+}
+
+} // namespace
+
+Result<std::unique_ptr<MovieWriter>> MovieWriter::create(
+    const QString& path, const AVCodecContext& video, const AVCodecContext* audio, int64_t videoEnd)
+{
+    std::unique_ptr<MovieWriter> writer(new MovieWriter);
+    const QFileInfo file(path);
+    writer->m_path = path;
+    writer->m_partPath = file.absolutePath() % QStringLiteral("/.") % file.fileName() % QStringLiteral(".part");
+    writer->m_videoEnd = videoEnd;
+    AVFormatContext* format = nullptr;
+    if (const int code = avformat_alloc_output_context2(&format, nullptr, "mp4", nullptr); code < 0)
+        return writer->failed(code);
+    writer->m_format = {format, closeAndFree};
+    writer->m_held = {nullptr, [](AVPacket* packet) { AvFree()(packet); }};
+
+    if (Result<void> added = writer->addStream(video); !added)
+        return tl::unexpected(added.error());
+    if (audio) {
+        if (Result<void> added = writer->addStream(*audio); !added)
+            return tl::unexpected(added.error());
+    }
+    if (Result<void> started = writer->start(); !started)
+        return tl::unexpected(started.error());
+    return writer;
+}
+
+MovieWriter::~MovieWriter()
+{
+    m_format.reset();
+    if (!m_whole && !m_partPath.isEmpty())
+        QFile::remove(m_partPath);
+}
+
+Result<void> MovieWriter::addStream(const AVCodecContext& encoder)
+{
+    AVStream* stream = avformat_new_stream(m_format.get(), nullptr);
+    if (!stream)
+        return failed(AVERROR(ENOMEM));
+    if (const int code = avcodec_parameters_from_context(stream->codecpar, &encoder); code < 0)
+        return failed(code);
+    stream->time_base = encoder.time_base;
+    if (encoder.codec_type == AVMEDIA_TYPE_VIDEO) {
+        stream->avg_frame_rate = encoder.framerate;
+        // The other form of the tag, which many players refuse, keeps parameter sets in the stream.
+        if (encoder.codec_id == AV_CODEC_ID_HEVC)
+            stream->codecpar->codec_tag = MKTAG('h', 'v', 'c', '1');
+    }
+    m_timeBases[stream->index] = {encoder.time_base.num, encoder.time_base.den};
+    return {};
+}
+
+Result<void> MovieWriter::start()
+{
+    const QByteArray url = "file:" + QFile::encodeName(m_partPath);
+    if (const int code = avio_open(&m_format->pb, url.constData(), AVIO_FLAG_WRITE); code < 0)
+        return failed(code);
+    // The index is moved to the front at the end by reading the file again under its own name.
+    m_format->url = av_strdup(url.constData());
+    AVDictionary* options = nullptr;
+    av_dict_set(&options, "movflags", "+faststart", 0);
+    // Edit lists are written in ticks of the movie; at milliseconds, sound would lose samples.
+    av_dict_set(&options, "movie_timescale", "48000", 0);
+    const int code = avformat_write_header(m_format.get(), &options);
+    av_dict_free(&options);
+    return code < 0 ? failed(code) : Result<void>();
+}
+
+tl::unexpected<Error> MovieWriter::failed(int code) const
+{
+    return avFailure(code, QStringLiteral("Can’t write"), QFileInfo(m_path).fileName());
+}
+
+Result<void> MovieWriter::write(AVPacket& packet, int stream)
+{
+    const Ratio from = m_timeBases[stream];
+    av_packet_rescale_ts(&packet, {int(from.num), int(from.den)}, m_format->streams[stream]->time_base);
+    packet.stream_index = stream;
+    const int code = av_interleaved_write_frame(m_format.get(), &packet);
+    if (code < 0)
+        return failed(code);
+    return m_format->pb->error < 0 ? failed(m_format->pb->error) : Result<void>();
+}
+
+Result<void> MovieWriter::writeHeldVideo()
+{
+    if (!m_held)
+        return {};
+    m_videoReached = fromTicks(m_held->dts, m_timeBases[videoStream]);
+    m_advanced.notify_all();
+    const Result<void> written = write(*m_held, videoStream);
+    m_held.reset();
+    return written;
+}
+
+Result<void> MovieWriter::writeVideo(AVPacket& packet)
+{
+    const std::lock_guard lock(m_mutex);
+    if (Result<void> written = writeHeldVideo(); !written)
+        return written;
+    if (!m_firstDts)
+        m_firstDts = packet.dts;
+    packet.duration = m_videoEnd - packet.pts;
+    m_held.reset(av_packet_alloc());
+    av_packet_move_ref(m_held.get(), &packet);
+    return {};
+}
+
+Result<void> MovieWriter::writeAudio(AVPacket& packet)
+{
+    std::unique_lock lock(m_mutex);
+    const MediaTime at = fromTicks(packet.dts, m_timeBases[audioStream]);
+    m_advanced.wait(lock, [&] { return m_videoEnded || at < m_videoReached + mostAhead; });
+    return write(packet, audioStream);
+}
+
+void MovieWriter::endVideo()
+{
+    const std::lock_guard lock(m_mutex);
+    m_videoEnded = true;
+    m_advanced.notify_all();
+}
+
+Result<void> MovieWriter::finish()
+{
+    const std::lock_guard lock(m_mutex);
+    // Samples last until the next one's decoding time; the last has none, so it takes what is missing from the whole.
+    if (m_held)
+        m_held->duration = std::max<int64_t>(1, m_videoEnd - (m_held->dts - *m_firstDts));
+    if (Result<void> written = writeHeldVideo(); !written)
+        return written;
+    if (const int code = av_write_trailer(m_format.get()); code < 0)
+        return failed(code);
+    if (const int code = avio_closep(&m_format->pb); code < 0)
+        return failed(code);
+    flushToDisk(m_partPath);
+    if (::rename(QFile::encodeName(m_partPath).constData(), QFile::encodeName(m_path).constData()) != 0)
+        return failed(AVERROR(errno));
+    m_whole = true;
+    return {};
+}
+
+} // namespace kelmo

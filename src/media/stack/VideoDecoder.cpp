@@ -1,0 +1,170 @@
+#include "media/stack/VideoDecoder.h"
+
+#include "media/stack/AvHandles.h"
+#include "media/stack/PacketReader.h"
+
+namespace kelmo {
+
+namespace {
+
+constexpr int mostErrorsInARow = 100;
+constexpr int64_t noPts = std::numeric_limits<int64_t>::min();
+
+} // namespace
+
+VideoDecoder::VideoDecoder(std::shared_ptr<const Asset> asset, const Track& track)
+    : m_asset(std::move(asset))
+    , m_track(track)
+    , m_codec(nullptr, [](AVCodecContext* context) { AvFree()(context); })
+{
+}
+
+VideoDecoder::~VideoDecoder() = default;
+
+Result<std::unique_ptr<VideoDecoder>> VideoDecoder::open(
+    std::shared_ptr<const Asset> asset, const Track& track, int threads)
+{
+    const AVCodec* codec = avcodec_find_decoder(track.parameters->codec_id);
+    if (!codec) {
+        return avFailure(AVERROR_DECODER_NOT_FOUND, QStringLiteral("Can’t play"), asset->name());
+    }
+    Result<std::unique_ptr<PacketReader>> reader = PacketReader::create(asset, track);
+    if (!reader)
+        return tl::unexpected(reader.error());
+
+    std::unique_ptr<VideoDecoder> decoder(new VideoDecoder(asset, track));
+    decoder->m_reader = std::move(*reader);
+    decoder->m_codec.reset(avcodec_alloc_context3(codec));
+    AVCodecContext* context = decoder->m_codec.get();
+    if (!context || avcodec_parameters_to_context(context, track.parameters.get()) < 0)
+        return avFailure(AVERROR(ENOMEM), QStringLiteral("Can’t play"), asset->name());
+    context->pkt_timebase = {int(track.index.timeBase().num), int(track.index.timeBase().den)};
+    context->thread_count = threads;
+    context->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
+    // Streams that do not say how far they reorder would drop pictures until the decoder has found out.
+    context->has_b_frames = std::max(context->has_b_frames, track.index.reorderDepth());
+    if (const int code = avcodec_open2(context, codec, nullptr); code < 0)
+        return avFailure(code, QStringLiteral("Can’t play"), asset->name());
+    return decoder;
+}
+
+void VideoDecoder::expect(std::span<const int> displays)
+{
+    m_expected.clear();
+    for (const int display : displays)
+        m_expected.push_back(m_track.index.displays()[size_t(display)].sample);
+    std::sort(m_expected.begin(), m_expected.end());
+}
+
+bool VideoDecoder::isAhead(int display) const
+{
+    return m_next >= 0 && m_track.index.sampleOf(display).pts > m_shownPts
+        && (!m_draining || m_track.index.displays()[size_t(display)].sample < m_next);
+}
+
+int VideoDecoder::costOf(int display) const
+{
+    const SampleIndex::Display& entry = m_track.index.displays()[size_t(display)];
+    const int fromKey = entry.sample - entry.key + 1;
+    if (m_track.index.sampleOf(display).pts == m_shownPts)
+        return 0;
+    return isAhead(display) ? std::min(fromKey, std::max(0, entry.sample - m_next + 1)) : fromKey;
+}
+
+Result<VideoFrame> VideoDecoder::frame(int display)
+{
+    const SampleIndex::Display& entry = m_track.index.displays()[size_t(display)];
+    const int64_t target = m_track.index.samples()[size_t(entry.sample)].pts;
+    if (m_shown && m_shownPts == target)
+        return m_shown;
+    if (m_ahead && m_aheadPts == target) {
+        take(std::exchange(m_ahead, {}), target);
+        return m_shown;
+    }
+    if (!isAhead(display) || entry.key > m_next)
+        restartAt(entry.key);
+    return decodeUpTo(target);
+}
+
+void VideoDecoder::restartAt(int sample)
+{
+    if (m_next >= 0)
+        avcodec_flush_buffers(m_codec.get());
+    m_next = sample;
+    m_draining = false;
+    m_errors = 0;
+    m_ahead = {};
+    m_shown = {};
+    m_shownPts = noPts;
+}
+
+void VideoDecoder::take(VideoFrame frame, int64_t pts)
+{
+    m_shown = std::move(frame);
+    m_shownPts = pts;
+}
+
+bool VideoDecoder::isWanted(int sample, int64_t targetPts) const
+{
+    if (!m_expected.empty())
+        return std::binary_search(m_expected.begin(), m_expected.end(), sample);
+    return m_track.index.samples()[size_t(sample)].pts >= targetPts;
+}
+
+Result<void> VideoDecoder::feed(int64_t targetPts)
+{
+    const bool beyondPlan = !m_expected.empty() && m_next > m_expected.back();
+    if (beyondPlan || m_next >= int(m_track.index.samples().size())) {
+        m_draining = true;
+        avcodec_send_packet(m_codec.get(), nullptr);
+        return {};
+    }
+    const AvHandle<AVPacket> packet = makeAvPacket();
+    if (m_track.index.samples()[size_t(m_next)].size > 0) {
+        if (Result<void> read = m_reader->read(m_next, *packet); !read)
+            return read;
+        // Pictures that no other one refers to and that nobody will see need not be decoded.
+        m_codec->skip_frame = isWanted(m_next, targetPts) ? AVDISCARD_DEFAULT : AVDISCARD_NONREF;
+        if (avcodec_send_packet(m_codec.get(), packet.get()) < 0 && ++m_errors > mostErrorsInARow)
+            return avFailure(AVERROR_INVALIDDATA, QStringLiteral("Can’t play"), m_asset->name());
+    }
+    ++m_next;
+    return {};
+}
+
+Result<VideoFrame> VideoDecoder::decodeUpTo(int64_t targetPts)
+{
+    if (m_ahead && m_aheadPts < targetPts)
+        take(std::exchange(m_ahead, {}), m_aheadPts);
+    for (;;) {
+        if (m_ahead) // Still ahead: what lies between is lost.
+            return m_shown ? m_shown : m_ahead;
+        AvHandle<AVFrame> frame = makeAvFrame();
+        const int code = avcodec_receive_frame(m_codec.get(), frame.get());
+        if (code == AVERROR_EOF) {
+            if (m_shown)
+                return m_shown;
+            return avFailure(AVERROR_INVALIDDATA, QStringLiteral("Can’t play"), m_asset->name());
+        }
+        if (code < 0) {
+            if (code != AVERROR(EAGAIN) && ++m_errors > mostErrorsInARow)
+                return avFailure(code, QStringLiteral("Can’t play"), m_asset->name());
+            if (Result<void> fed = feed(targetPts); !fed)
+                return tl::unexpected(fed.error());
+            continue;
+        }
+        m_errors = 0;
+        const int64_t pts = frame->pts;
+        VideoFrame picture(frame.release());
+        if (pts > targetPts) {
+            m_ahead = std::move(picture);
+            m_aheadPts = pts;
+            continue;
+        }
+        take(std::move(picture), pts);
+        if (pts == targetPts)
+            return m_shown;
+    }
+}
+
+} // namespace kelmo

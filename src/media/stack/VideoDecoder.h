@@ -1,0 +1,64 @@
+#pragma once
+
+#include "media/stack/Asset.h"
+#include "platform/Error.h"
+
+#include <limits>
+#include <span>
+
+struct AVCodecContext;
+
+namespace kelmo {
+
+class PacketReader;
+
+/// Decodes the pictures of one video track, exactly, in whatever order they are asked for. Moves forward where that is
+/// cheaper than starting at a key picture, and skips what nobody will see. Owned by one user at a time; not
+/// thread-safe, but may move between threads. Opening takes a few milliseconds, so keep it.
+class VideoDecoder {
+public:
+    /// `threads` is how many frames may be decoded at once. Requires a video track of `asset`.
+    [[nodiscard]] static Result<std::unique_ptr<VideoDecoder>> open(
+        std::shared_ptr<const Asset> asset, const Track& track, int threads);
+    ~VideoDecoder();
+
+    /// The picture of an entry of the track's display list, as the stream has it (any pixel format, not yet rotated).
+    /// A picture that the file lost is answered with the one shown before it. Fails only when the file cannot be read
+    /// or nothing at all can be decoded.
+    [[nodiscard]] Result<VideoFrame> frame(int display);
+
+    /// Announces the entries that will be asked for next, ascending: others are not decoded unless these depend on
+    /// them, and nothing is read beyond the last. An empty list ends the announcement.
+    void expect(std::span<const int> displays);
+
+    /// How many samples must be decoded to get to an entry from here.
+    [[nodiscard]] int costOf(int display) const;
+
+    [[nodiscard]] const Track& track() const { return m_track; }
+
+private:
+    VideoDecoder(std::shared_ptr<const Asset> asset, const Track& track);
+
+    [[nodiscard]] bool isAhead(int display) const;
+    void restartAt(int sample);
+    [[nodiscard]] Result<void> feed(int64_t targetPts);
+    [[nodiscard]] bool isWanted(int sample, int64_t targetPts) const;
+    [[nodiscard]] Result<VideoFrame> decodeUpTo(int64_t targetPts);
+    void take(VideoFrame frame, int64_t pts);
+
+    std::shared_ptr<const Asset> m_asset;
+    const Track& m_track;
+    std::unique_ptr<PacketReader> m_reader;
+    std::unique_ptr<AVCodecContext, void (*)(AVCodecContext*)> m_codec;
+
+    int m_next = -1; ///< The sample to feed next; -1 before the first.
+    bool m_draining = false;
+    int m_errors = 0; ///< In a row.
+    VideoFrame m_shown; ///< The last picture that came out at or before the target,
+    int64_t m_shownPts = std::numeric_limits<int64_t>::min();
+    VideoFrame m_ahead; ///< and one that came out too far, when the one in between is lost.
+    int64_t m_aheadPts = 0;
+    std::vector<int32_t> m_expected; ///< Sample numbers, ascending.
+};
+
+} // namespace kelmo
