@@ -1,6 +1,6 @@
 #include "tools/moviemaker/MovieMaker.h"
 
-#include "tools/moviemaker/AudioEncoder.h"
+#include "tools/moviemaker/SoundTrack.h"
 #include "tools/moviemaker/LibavError.h"
 
 #include <QFileInfo>
@@ -15,8 +15,8 @@ namespace kelmo
 struct MovieMaker::Parts {
     MovieSpec spec;
     AVFormatContext* muxer = nullptr;
-    std::unique_ptr<VideoEncoder> video;
-    std::vector<std::unique_ptr<AudioEncoder>> audio;
+    std::unique_ptr<PictureTrack> video;
+    std::vector<std::unique_ptr<SoundTrack>> audio;
 
     ~Parts()
     {
@@ -70,7 +70,7 @@ Result<void> MovieMaker::Parts::addVideoTrack()
 {
     const AVRational timeBase = {spec.video->timeBase.numerator, spec.video->timeBase.denominator};
     const int index = static_cast<int>(muxer->nb_streams);
-    auto opened = VideoEncoder::open(*spec.video, globalHeader(),
+    auto opened = PictureTrack::open(*spec.video, globalHeader(),
         [this, index, timeBase](AVPacket& packet) { return write(packet, index, timeBase); });
     if (!opened)
         return tl::unexpected(opened.error());
@@ -93,7 +93,7 @@ Result<void> MovieMaker::Parts::addAudioTrack(const AudioSpec& audioSpec)
 {
     const AVRational timeBase = {1, audioSpec.sampleRate};
     const int index = static_cast<int>(muxer->nb_streams);
-    auto opened = AudioEncoder::open(audioSpec, globalHeader(),
+    auto opened = SoundTrack::open(audioSpec, globalHeader(),
         [this, index, timeBase](AVPacket& packet) { return write(packet, index, timeBase); });
     if (!opened)
         return tl::unexpected(opened.error());

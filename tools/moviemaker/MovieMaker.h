@@ -6,7 +6,7 @@
 
 #include "platform/Error.h"
 #include "tools/moviemaker/MovieSpec.h"
-#include "tools/moviemaker/VideoEncoder.h"
+#include "tools/moviemaker/PictureTrack.h"
 
 #include <QImage>
 

@@ -1,4 +1,4 @@
-#include "tools/moviemaker/AudioEncoder.h"
+#include "tools/moviemaker/SoundTrack.h"
 
 #include "tools/moviemaker/LibavError.h"
 
@@ -50,22 +50,22 @@ bool canStore(AVSampleFormat format)
 
 } // namespace
 
-AudioEncoder::AudioEncoder(const AudioSpec& spec, Sink sink)
+SoundTrack::SoundTrack(const AudioSpec& spec, Sink sink)
     : m_spec(spec)
     , m_sink(std::move(sink))
     , m_nextPts(std::llround(spec.startOffsetMs * spec.sampleRate / 1000))
 {
 }
 
-Result<std::unique_ptr<AudioEncoder>> AudioEncoder::open(const AudioSpec& spec, bool globalHeader, Sink sink)
+Result<std::unique_ptr<SoundTrack>> SoundTrack::open(const AudioSpec& spec, bool globalHeader, Sink sink)
 {
-    std::unique_ptr<AudioEncoder> encoder(new AudioEncoder(spec, std::move(sink)));
+    std::unique_ptr<SoundTrack> encoder(new SoundTrack(spec, std::move(sink)));
     if (auto opened = encoder->openCodec(globalHeader); !opened)
         return tl::unexpected(opened.error());
     return encoder;
 }
 
-Result<void> AudioEncoder::openCodec(bool globalHeader)
+Result<void> SoundTrack::openCodec(bool globalHeader)
 {
     const AVCodec* codec = avcodec_find_encoder_by_name(m_spec.codec.toUtf8().constData());
     if (!codec || !codec->sample_fmts || !canStore(codec->sample_fmts[0]))
@@ -84,13 +84,13 @@ Result<void> AudioEncoder::openCodec(bool globalHeader)
     return options.leftover(m_spec.codec);
 }
 
-Result<void> AudioEncoder::add(const float* interleaved, int frames)
+Result<void> SoundTrack::add(const float* interleaved, int frames)
 {
     m_waiting.insert(m_waiting.end(), interleaved, interleaved + static_cast<ptrdiff_t>(frames) * m_spec.channels);
     return encodeWhole(false);
 }
 
-Result<void> AudioEncoder::encodeWhole(bool last)
+Result<void> SoundTrack::encodeWhole(bool last)
 {
     const size_t channels = static_cast<size_t>(m_spec.channels);
     const size_t step = static_cast<size_t>(m_context->frame_size > 0 ? m_context->frame_size : kFrameOfPcm) * channels;
@@ -105,7 +105,7 @@ Result<void> AudioEncoder::encodeWhole(bool last)
     return {};
 }
 
-Result<void> AudioEncoder::encode(const float* interleaved, int frames)
+Result<void> SoundTrack::encode(const float* interleaved, int frames)
 {
     LibavHandle<AVFrame> frame(av_frame_alloc());
     frame->format = m_context->sample_fmt;
@@ -127,7 +127,7 @@ Result<void> AudioEncoder::encode(const float* interleaved, int frames)
     return drain();
 }
 
-Result<void> AudioEncoder::finish()
+Result<void> SoundTrack::finish()
 {
     if (auto encoded = encodeWhole(true); !encoded)
         return encoded;
@@ -136,7 +136,7 @@ Result<void> AudioEncoder::finish()
     return drain();
 }
 
-Result<void> AudioEncoder::drain()
+Result<void> SoundTrack::drain()
 {
     for (;;) {
         LibavHandle<AVPacket> packet(av_packet_alloc());

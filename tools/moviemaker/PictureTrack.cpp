@@ -1,4 +1,4 @@
-#include "tools/moviemaker/VideoEncoder.h"
+#include "tools/moviemaker/PictureTrack.h"
 
 #include "tools/moviemaker/LibavError.h"
 
@@ -58,16 +58,16 @@ QString joined(const QString& first, const QString& rest)
 
 } // namespace
 
-VideoEncoder::VideoEncoder(const VideoSpec& spec, Sink sink)
+PictureTrack::PictureTrack(const VideoSpec& spec, Sink sink)
     : m_spec(spec)
     , m_sink(std::move(sink))
     , m_held(av_frame_alloc())
 {
 }
 
-Result<std::unique_ptr<VideoEncoder>> VideoEncoder::open(const VideoSpec& spec, bool globalHeader, Sink sink)
+Result<std::unique_ptr<PictureTrack>> PictureTrack::open(const VideoSpec& spec, bool globalHeader, Sink sink)
 {
-    std::unique_ptr<VideoEncoder> encoder(new VideoEncoder(spec, std::move(sink)));
+    std::unique_ptr<PictureTrack> encoder(new PictureTrack(spec, std::move(sink)));
     if (auto opened = encoder->openCodec(globalHeader); !opened)
         return tl::unexpected(opened.error());
     if (auto opened = encoder->openConverter(); !opened)
@@ -75,7 +75,7 @@ Result<std::unique_ptr<VideoEncoder>> VideoEncoder::open(const VideoSpec& spec, 
     return encoder;
 }
 
-Result<void> VideoEncoder::openCodec(bool globalHeader)
+Result<void> PictureTrack::openCodec(bool globalHeader)
 {
     const QString name = encoderName(m_spec);
     const AVCodec* codec = avcodec_find_encoder_by_name(name.toUtf8().constData());
@@ -106,7 +106,7 @@ Result<void> VideoEncoder::openCodec(bool globalHeader)
     return options.leftover(name);
 }
 
-void VideoEncoder::applyCodecOptions(LibavOptions& options) const
+void PictureTrack::applyCodecOptions(LibavOptions& options) const
 {
     if (!isH264(m_spec) && !isHevc(m_spec))
         return;
@@ -126,7 +126,7 @@ void VideoEncoder::applyCodecOptions(LibavOptions& options) const
             m_spec.codecOptions.value(QStringLiteral("x265-params"))));
 }
 
-Result<void> VideoEncoder::openConverter()
+Result<void> PictureTrack::openConverter()
 {
     m_converter.reset(sws_getContext(m_spec.width, m_spec.height, AV_PIX_FMT_BGRA, m_spec.width, m_spec.height,
         m_context->pix_fmt, SWS_BILINEAR | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
@@ -141,7 +141,7 @@ Result<void> VideoEncoder::openConverter()
     return {};
 }
 
-Result<void> VideoEncoder::takeNewFrame()
+Result<void> PictureTrack::takeNewFrame()
 {
     // The encoder may still refer to the frame before, so every picture gets a buffer of its own.
     m_held.reset(av_frame_alloc());
@@ -157,7 +157,7 @@ Result<void> VideoEncoder::takeNewFrame()
     return {};
 }
 
-Result<void> VideoEncoder::add(const QImage& picture, int64_t pts)
+Result<void> PictureTrack::add(const QImage& picture, int64_t pts)
 {
     if (picture.width() != m_spec.width || picture.height() != m_spec.height)
         return libavFailure(AVERROR(EINVAL), QStringLiteral("picture of another size than the movie"));
@@ -174,7 +174,7 @@ Result<void> VideoEncoder::add(const QImage& picture, int64_t pts)
     return {};
 }
 
-Result<void> VideoEncoder::add(const std::function<void(const PicturePlanes&)>& paint, int64_t pts)
+Result<void> PictureTrack::add(const std::function<void(const PicturePlanes&)>& paint, int64_t pts)
 {
     if (auto sent = sendHeld(pts); !sent)
         return sent;
@@ -188,7 +188,7 @@ Result<void> VideoEncoder::add(const std::function<void(const PicturePlanes&)>& 
     return {};
 }
 
-Result<void> VideoEncoder::addAgain(int64_t pts)
+Result<void> PictureTrack::addAgain(int64_t pts)
 {
     if (!m_hasHeld)
         return libavFailure(AVERROR(EINVAL), QStringLiteral("no picture to repeat"));
@@ -200,7 +200,7 @@ Result<void> VideoEncoder::addAgain(int64_t pts)
     return {};
 }
 
-Result<void> VideoEncoder::finish()
+Result<void> PictureTrack::finish()
 {
     if (!m_hasHeld)
         return libavFailure(AVERROR(EINVAL), QStringLiteral("a video track without pictures"));
@@ -219,7 +219,7 @@ Result<void> VideoEncoder::finish()
     return m_sink(*m_lastPacket);
 }
 
-Result<void> VideoEncoder::sendHeld(int64_t nextPts)
+Result<void> PictureTrack::sendHeld(int64_t nextPts)
 {
     if (!m_hasHeld)
         return {};
@@ -232,7 +232,7 @@ Result<void> VideoEncoder::sendHeld(int64_t nextPts)
     return drain();
 }
 
-Result<void> VideoEncoder::drain()
+Result<void> PictureTrack::drain()
 {
     for (;;) {
         LibavHandle<AVPacket> packet(av_packet_alloc());
@@ -246,7 +246,7 @@ Result<void> VideoEncoder::drain()
     }
 }
 
-Result<void> VideoEncoder::deliver(LibavHandle<AVPacket> packet)
+Result<void> PictureTrack::deliver(LibavHandle<AVPacket> packet)
 {
     if (const auto duration = m_durations.find(packet->pts); duration != m_durations.end()) {
         packet->duration = duration->second;

@@ -22,13 +22,13 @@ struct PicturePlanes {
     int height = 0;
 };
 
-class VideoEncoder
+class PictureTrack
 {
 public:
     using Sink = std::function<Result<void>(AVPacket&)>;
 
     /// `globalHeader` as the container asks for it. Packets go to `sink` in decoding order.
-    [[nodiscard]] static Result<std::unique_ptr<VideoEncoder>> open(
+    [[nodiscard]] static Result<std::unique_ptr<PictureTrack>> open(
         const VideoSpec& spec, bool globalHeader, Sink sink);
 
     [[nodiscard]] const AVCodecContext& context() const { return *m_context; }
@@ -40,7 +40,7 @@ public:
     [[nodiscard]] Result<void> finish();
 
 private:
-    VideoEncoder(const VideoSpec& spec, Sink sink);
+    PictureTrack(const VideoSpec& spec, Sink sink);
     [[nodiscard]] Result<void> openCodec(bool globalHeader);
     void applyCodecOptions(class LibavOptions& options) const;
     [[nodiscard]] Result<void> openConverter();

@@ -12,12 +12,12 @@
 namespace kelmo
 {
 
-class AudioEncoder
+class SoundTrack
 {
 public:
     using Sink = std::function<Result<void>(AVPacket&)>;
 
-    [[nodiscard]] static Result<std::unique_ptr<AudioEncoder>> open(
+    [[nodiscard]] static Result<std::unique_ptr<SoundTrack>> open(
         const AudioSpec& spec, bool globalHeader, Sink sink);
 
     [[nodiscard]] const AVCodecContext& context() const { return *m_context; }
@@ -27,7 +27,7 @@ public:
     [[nodiscard]] Result<void> finish();
 
 private:
-    AudioEncoder(const AudioSpec& spec, Sink sink);
+    SoundTrack(const AudioSpec& spec, Sink sink);
     [[nodiscard]] Result<void> openCodec(bool globalHeader);
     [[nodiscard]] Result<void> encodeWhole(bool last);
     [[nodiscard]] Result<void> encode(const float* interleaved, int frames);
