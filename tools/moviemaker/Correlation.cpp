@@ -8,11 +8,9 @@ extern "C" {
 #include <libavutil/tx.h>
 }
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 using Complex = std::complex<float>;
 

@@ -9,11 +9,9 @@
 
 struct AVTXContext;
 
-namespace kelmo
-{
+namespace kelmo {
 
-class Correlation
-{
+class Correlation {
 public:
     /// Prepares the search for `window`.
     explicit Correlation(std::span<const float> window);

@@ -3,11 +3,9 @@
 #include <QFile>
 #include <QtEndian>
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 constexpr qsizetype kHeader = 8;
 

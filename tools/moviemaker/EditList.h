@@ -7,8 +7,7 @@
 
 #include <vector>
 
-namespace kelmo
-{
+namespace kelmo {
 
 struct EditListEntry {
     int64_t segmentDuration = 0; ///< In movie timescale units.

@@ -2,11 +2,9 @@
 
 #include <QPainter>
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 constexpr int kColumns = 8;
 constexpr int kRows = 4;

@@ -9,8 +9,7 @@
 #include <cstdint>
 #include <optional>
 
-namespace kelmo
-{
+namespace kelmo {
 
 /// Numbers from 0 to this one can be drawn.
 constexpr int kHighestFrameCode = (1 << 24) - 1;

@@ -5,8 +5,7 @@ extern "C" {
 #include <libavutil/error.h>
 }
 
-namespace kelmo
-{
+namespace kelmo {
 
 tl::unexpected<Error> libavFailure(int code, const QString& operation)
 {

@@ -10,8 +10,7 @@ extern "C" {
 #include <libswscale/swscale.h>
 }
 
-namespace kelmo
-{
+namespace kelmo {
 
 struct LibavFree {
     void operator()(AVFrame* frame) const { av_frame_free(&frame); }

@@ -1,7 +1,7 @@
 #include "tools/moviemaker/MovieMaker.h"
 
-#include "tools/moviemaker/SoundTrack.h"
 #include "tools/moviemaker/LibavError.h"
+#include "tools/moviemaker/SoundTrack.h"
 
 #include <QFileInfo>
 
@@ -9,8 +9,7 @@ extern "C" {
 #include <libavutil/display.h>
 }
 
-namespace kelmo
-{
+namespace kelmo {
 
 struct MovieMaker::Parts {
     MovieSpec spec;

@@ -13,11 +13,9 @@
 #include <functional>
 #include <memory>
 
-namespace kelmo
-{
+namespace kelmo {
 
-class MovieMaker
-{
+class MovieMaker {
 public:
     /// Opens the file and its encoders. Fails when libav refuses the codec, the size, an option or the file.
     [[nodiscard]] static Result<MovieMaker> create(const MovieSpec& spec);

@@ -7,8 +7,7 @@
 #include <optional>
 #include <vector>
 
-namespace kelmo
-{
+namespace kelmo {
 
 // What a movie written by MovieMaker is to look like. Plain values: a test or a benchmark fills in what it cares about
 // and leaves the rest. An option that libav does not take, or does not know, makes MovieMaker::create fail.

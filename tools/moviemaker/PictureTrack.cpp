@@ -7,11 +7,9 @@ extern "C" {
 #include <libavutil/pixdesc.h>
 }
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 bool isH264(const VideoSpec& spec) { return spec.codec == QLatin1String("h264"); }
 bool isHevc(const VideoSpec& spec) { return spec.codec == QLatin1String("hevc"); }

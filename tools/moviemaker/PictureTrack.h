@@ -11,8 +11,7 @@
 #include <functional>
 #include <map>
 
-namespace kelmo
-{
+namespace kelmo {
 
 /// One picture's planes, to be painted in the movie's own pixel format. Sizes are those of the luma plane.
 struct PicturePlanes {
@@ -22,8 +21,7 @@ struct PicturePlanes {
     int height = 0;
 };
 
-class PictureTrack
-{
+class PictureTrack {
 public:
     using Sink = std::function<Result<void>(AVPacket&)>;
 

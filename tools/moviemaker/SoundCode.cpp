@@ -7,11 +7,9 @@
 #include <numbers>
 #include <numeric>
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 // The sound is a row of pulses of random sign, one every 1/7000 s, each a windowed sinc: noise up to about 3.2 kHz.
 // AAC replaces noise above 4 kHz by other noise when it is short of bits, so nothing lies there.

@@ -9,11 +9,9 @@
 #include <span>
 #include <vector>
 
-namespace kelmo
-{
+namespace kelmo {
 
-class SoundCode
-{
+class SoundCode {
 public:
     /// Different seeds give unrelated sounds. `level` is the sound's RMS; peaks reach some four times that.
     explicit SoundCode(uint32_t seed = 1, double level = 0.1);

@@ -9,11 +9,9 @@ extern "C" {
 #include <libavutil/samplefmt.h>
 }
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 constexpr int kFrameOfPcm = 1024;
 

@@ -9,16 +9,13 @@
 
 #include <functional>
 
-namespace kelmo
-{
+namespace kelmo {
 
-class SoundTrack
-{
+class SoundTrack {
 public:
     using Sink = std::function<Result<void>(AVPacket&)>;
 
-    [[nodiscard]] static Result<std::unique_ptr<SoundTrack>> open(
-        const AudioSpec& spec, bool globalHeader, Sink sink);
+    [[nodiscard]] static Result<std::unique_ptr<SoundTrack>> open(const AudioSpec& spec, bool globalHeader, Sink sink);
 
     [[nodiscard]] const AVCodecContext& context() const { return *m_context; }
 
