@@ -124,8 +124,7 @@ Result<AvHandle<AVFormatContext>> opened(AvHandle<AVFormatContext> input, AVDict
 {
     const QByteArray url = "file:" + QFile::encodeName(path);
     AVFormatContext* raw = input.release(); // avformat_open_input frees it when it fails.
-    const int code = raw ? avformat_open_input(&raw, ("file:" + QFile::encodeName(path)).constData(), nullptr, &options)
-                         : AVERROR(ENOMEM);
+    const int code = raw ? avformat_open_input(&raw, url.constData(), nullptr, &options) : AVERROR(ENOMEM);
     av_dict_free(&options);
     if (code < 0)
         return avFailure(code, QStringLiteral("Can’t open"), QFileInfo(path).fileName());

@@ -50,15 +50,19 @@ Result<std::unique_ptr<VideoDecoder>> VideoDecoder::open(
 
 void VideoDecoder::expect(std::span<const int> displays)
 {
+    const bool hadPlan = !m_expected.empty();
     m_expected.clear();
     for (const int display : displays)
         m_expected.push_back(m_track.index.displays()[size_t(display)].sample);
     std::sort(m_expected.begin(), m_expected.end());
+    // What was fed under another plan may have been skipped, so it cannot be waited for.
+    if (m_expected.empty() ? hadPlan : m_expected.front() < m_next)
+        m_mustRestart = true;
 }
 
 bool VideoDecoder::isAhead(int display) const
 {
-    return m_next >= 0 && m_track.index.sampleOf(display).pts > m_shownPts
+    return m_next >= 0 && !m_mustRestart && m_track.index.sampleOf(display).pts > m_shownPts
         && (!m_draining || m_track.index.displays()[size_t(display)].sample < m_next);
 }
 
@@ -92,6 +96,7 @@ void VideoDecoder::restartAt(int sample)
         avcodec_flush_buffers(m_codec.get());
     m_next = sample;
     m_draining = false;
+    m_mustRestart = false;
     m_errors = 0;
     m_ahead = {};
     m_shown = {};

@@ -53,6 +53,7 @@ private:
 
     int m_next = -1; ///< The sample to feed next; -1 before the first.
     bool m_draining = false;
+    bool m_mustRestart = false;
     int m_errors = 0; ///< In a row.
     VideoFrame m_shown; ///< The last picture that came out at or before the target,
     int64_t m_shownPts = std::numeric_limits<int64_t>::min();

@@ -71,7 +71,7 @@ Result<void> prove(const EncoderChoice& choice, const VideoEncoding& encoding)
     if (!context)
         return tl::unexpected(context.error());
     const QString name = QString::fromLatin1(choice.name);
-    const VideoFrame black = blackFrame(FramePool(encoding.width, encoding.height), encoding.color);
+    const VideoFrame black = FramePool(encoding.width, encoding.height).black(encoding.color);
     for (int i = 0; i < 3; ++i) {
         const AvHandle<AVFrame> input = asInput(black, **context);
         if (!input)

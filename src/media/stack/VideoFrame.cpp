@@ -64,6 +64,16 @@ VideoFrame VideoFrame::cropped(int width, int height) const
     return VideoFrame(smaller);
 }
 
+uint8_t* VideoFrame::writablePlane(int index) { return m_frame->data[index]; }
+
+void VideoFrame::setColor(ColorTags color)
+{
+    m_frame->color_primaries = AVColorPrimaries(color.primaries);
+    m_frame->color_trc = AVColorTransferCharacteristic(color.transfer);
+    m_frame->colorspace = AVColorSpace(color.matrix);
+    m_frame->color_range = color.fullRange ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+}
+
 FramePool::FramePool(int width, int height)
     : m_width(width)
     , m_height(height)
@@ -91,51 +101,46 @@ FramePool& FramePool::operator=(FramePool&& other) noexcept
     return *this;
 }
 
-AVFrame* FramePool::take() const
+VideoFrame FramePool::take() const
 {
     AvHandle<AVFrame> frame = makeAvFrame();
     if (!frame || !m_pool)
-        return nullptr;
+        return {};
     frame->buf[0] = av_buffer_pool_get(m_pool);
     if (!frame->buf[0])
-        return nullptr;
+        return {};
     frame->format = AV_PIX_FMT_YUV420P;
     frame->width = m_width;
     frame->height = m_height;
     av_image_fill_arrays(
         frame->data, frame->linesize, frame->buf[0]->data, AV_PIX_FMT_YUV420P, m_width, m_height, rowAlignment);
-    return frame.release();
+    return VideoFrame(frame.release());
 }
 
-AVFrame* FramePool::takeCopyOf(const VideoFrame& frame) const
+VideoFrame FramePool::copyOf(const VideoFrame& frame) const
 {
-    AVFrame* copy = take();
+    VideoFrame copy = take();
     if (!copy)
-        return nullptr;
+        return {};
     const uint8_t* planes[4] = {frame.plane(0), frame.plane(1), frame.plane(2), nullptr};
-    av_image_copy(copy->data, copy->linesize, planes, frame.av()->linesize, AV_PIX_FMT_YUV420P, m_width, m_height);
-    copy->color_primaries = frame.av()->color_primaries;
-    copy->color_trc = frame.av()->color_trc;
-    copy->colorspace = frame.av()->colorspace;
-    copy->color_range = frame.color().fullRange ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
-    copy->chroma_location = frame.av()->chroma_location;
+    AVFrame* to = copy.writable();
+    av_image_copy(to->data, to->linesize, planes, frame.av()->linesize, AV_PIX_FMT_YUV420P, m_width, m_height);
+    to->chroma_location = frame.av()->chroma_location;
+    copy.setColor(frame.color());
     return copy;
 }
 
-VideoFrame blackFrame(const FramePool& pool, ColorTags color)
+VideoFrame FramePool::black(ColorTags color) const
 {
-    AVFrame* frame = pool.take();
+    VideoFrame frame = take();
     if (!frame)
         return {};
-    frame->color_primaries = AVColorPrimaries(color.primaries);
-    frame->color_trc = AVColorTransferCharacteristic(color.transfer);
-    frame->colorspace = AVColorSpace(color.matrix);
-    frame->color_range = color.fullRange ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
-    const int chromaRows = (pool.height() + 1) / 2;
-    std::memset(frame->data[0], color.fullRange ? 0 : 16, size_t(frame->linesize[0]) * size_t(pool.height()));
-    std::memset(frame->data[1], 128, size_t(frame->linesize[1]) * size_t(chromaRows));
-    std::memset(frame->data[2], 128, size_t(frame->linesize[2]) * size_t(chromaRows));
-    return VideoFrame(frame);
+    frame.setColor(color);
+    const int chromaRows = (m_height + 1) / 2;
+    std::memset(frame.writablePlane(0), color.fullRange ? 0 : 16, size_t(frame.stride(0)) * size_t(m_height));
+    std::memset(frame.writablePlane(1), 128, size_t(frame.stride(1)) * size_t(chromaRows));
+    std::memset(frame.writablePlane(2), 128, size_t(frame.stride(2)) * size_t(chromaRows));
+    return frame;
 }
 
 } // namespace kelmo

@@ -41,6 +41,11 @@ public:
     /// The same picture without the last columns and rows, sharing its memory. Requires sizes not above its own.
     [[nodiscard]] VideoFrame cropped(int width, int height) const;
 
+    /// For whoever has just taken the picture from a pool and not shared it yet.
+    [[nodiscard]] uint8_t* writablePlane(int index);
+    [[nodiscard]] AVFrame* writable() { return m_frame.get(); }
+    void setColor(ColorTags color);
+
     bool operator==(const VideoFrame&) const = default; ///< The same picture in memory.
 
 private:
@@ -60,18 +65,17 @@ public:
     [[nodiscard]] int width() const { return m_width; }
     [[nodiscard]] int height() const { return m_height; }
 
-    /// An uninitialised picture. Null when memory runs out.
-    [[nodiscard]] AVFrame* take() const;
+    /// An uninitialised picture of the caller's own. Null when memory runs out.
+    [[nodiscard]] VideoFrame take() const;
     /// A copy of a picture of this size, with its colour tags.
-    [[nodiscard]] AVFrame* takeCopyOf(const VideoFrame& frame) const;
+    [[nodiscard]] VideoFrame copyOf(const VideoFrame& frame) const;
+    /// A black picture in the given colours.
+    [[nodiscard]] VideoFrame black(ColorTags color) const;
 
 private:
     int m_width = 0;
     int m_height = 0;
     AVBufferPool* m_pool = nullptr;
 };
-
-/// A black picture of this size in the given colours.
-[[nodiscard]] VideoFrame blackFrame(const FramePool& pool, ColorTags color);
 
 } // namespace kelmo

@@ -1,0 +1,173 @@
+#pragma once
+
+#include "editor/CutsStep.h"
+#include "editor/ExportResult.h"
+#include "editor/Playhead.h"
+#include "editor/RecorderLink.h"
+#include "editor/TranscriptWatch.h"
+#include "media/Built.h"
+#include "media/Exporter.h"
+#include "model/EditOps.h"
+
+#include <QCoroTask>
+#include <QThreadPool>
+#include <QUndoStack>
+
+namespace kelmo {
+
+/// The open take and its edit, and every command on them. Views, menus and agents read its state and call its
+/// commands; nothing else changes the edit. One object for the whole run, owned by the application; main thread only.
+/// Times are ms on the source clock unless a name says `edited`.
+class Editor : public QObject {
+    Q_OBJECT
+
+public:
+    enum class Sound { On, Muted };
+
+    explicit Editor(Sound sound = Sound::On);
+    ~Editor() override;
+
+    // The take and its edit.
+    [[nodiscard]] const std::optional<Take>& take() const { return m_take; }
+    [[nodiscard]] const std::vector<Word>& words() const { return m_words; }
+    [[nodiscard]] const Cuts& cuts() const { return m_cuts; }
+    [[nodiscard]] int cutRevision() const { return m_cutRevision; } ///< Grows with every change of the cuts.
+    [[nodiscard]] int takeRevision() const { return m_takeRevision; } ///< Grows with every change of take or words.
+    [[nodiscard]] bool awaitingWords() const { return m_awaitingWords; } ///< The transcript has yet to come.
+    [[nodiscard]] double sourceDurationMs() const { return m_sourceDurationMs; } ///< 0 until the media is loaded.
+    [[nodiscard]] const Timeline& timeline() const { return m_timeline; } ///< Of what the preview shows.
+    [[nodiscard]] const Timeline& fullTimeline() const { return m_fullTimeline; } ///< The same with the trim ignored.
+    [[nodiscard]] const std::optional<Span>& selection() const { return m_selection; }
+    [[nodiscard]] const std::vector<double>& splits() const { return m_splits; } ///< Ascending.
+    [[nodiscard]] bool isTrimPreviewing() const { return m_trimPreviewing; }
+    [[nodiscard]] int fillerCount() const { return m_fillerCount; } ///< Fillers not cut yet.
+    [[nodiscard]] int pauseCount() const { return m_pauseCount; } ///< Spans that tightening would add.
+    [[nodiscard]] std::shared_ptr<const LoadedTake> loaded() const { return m_loaded; }
+    [[nodiscard]] std::shared_ptr<const Built> built() const { return m_built; }
+    [[nodiscard]] Playhead& playhead() { return m_playhead; }
+    [[nodiscard]] const Playhead& playhead() const { return m_playhead; }
+    [[nodiscard]] QUndoStack& undo() { return m_undo; }
+
+    // What the window shows besides.
+    [[nodiscard]] const std::optional<QString>& status() const { return m_status; } ///< One line for the user.
+    [[nodiscard]] const std::vector<Take::Listing>& takes() const { return m_takes; }
+    [[nodiscard]] std::optional<double> exportProgress() const { return m_exportProgress; } ///< 0 to 1 while exporting.
+    [[nodiscard]] Codec codec() const { return m_codec; }
+    [[nodiscard]] std::optional<int> exportHeight() const { return m_exportHeight; } ///< Lines; none = native.
+    [[nodiscard]] int exportFPS() const { return m_exportFPS; }
+    void setCodec(Codec codec);
+    void setExportHeight(std::optional<int> lines);
+    void setExportFPS(int fps);
+
+    // Opening. The take is there when open() returns; its media follows.
+    void open(const QString& path); ///< Any file of the take. What goes wrong becomes the status.
+    void openNewest(); ///< Lists the recordings folder and opens its newest take; nothing when it holds none.
+    std::function<void()> onOpen; ///< Called at the very start of every open.
+    std::function<void(const Take&)> onTakeReady; ///< Called when a take's first composition is built.
+
+    // Edits. Each is one undoable step with a name; one that changes nothing is none.
+    void setCuts(Cuts cuts, const QString& name);
+    void toggleWords(const std::vector<int>& indices); ///< Cuts them, or restores them when all are cut.
+    void restoreRanges(const std::vector<Span>& ranges);
+    /// Absent sides stay as they are. Answers why it was refused, if it was.
+    std::optional<QString> trim(std::optional<double> in, std::optional<double> out, const QString& name);
+    void clearTrim();
+    void trimStartToPlayhead();
+    void trimEndToPlayhead();
+    void deleteSelection();
+    void cutFillers();
+    void tightenPauses();
+    [[nodiscard]] std::vector<Span> wordSpans(const std::vector<int>& indices) const; ///< What cutting them would cut.
+
+    // Selecting, splitting, looking: no undo steps.
+    void setSelection(std::optional<Span> selection);
+    [[nodiscard]] std::optional<Span> selectionSpan(double from, double to, bool exact) const;
+    void splitAtPlayhead();
+    [[nodiscard]] std::optional<Span> piece(double at) const;
+    void beginTrimPreview(); ///< Shows the edit without its trim until the next setCuts.
+    void previewSource(double ms); ///< Moves the playhead to a source time.
+    void tick(double editedMs); ///< The playhead is here now.
+
+    // Export and frames.
+    /// Exports to the user's Movies folder. `height` 0 means native; absent arguments take the settings.
+    QCoro::Task<Result<ExportResult>> exportVideo(
+        std::optional<Codec> codec, std::optional<int> height, std::optional<int> fps, QString engine);
+    /// Exports with the settings and shows the file in the file manager; what goes wrong becomes the status.
+    QCoro::Task<void> exportFromUI();
+    void cancelExport();
+    /// The edit at a moment of the edited clock as a PNG of at most `maxWidth` pixels on either side.
+    QCoro::Task<Result<QByteArray>> frame(double atEditedMs, double maxWidth);
+
+Q_SIGNALS:
+    void takeChanged(); ///< Take, words, or whether words are awaited.
+    void cutsChanged();
+    void timelineChanged();
+    void selectionChanged();
+    void splitsChanged();
+    void countsChanged();
+    void statusChanged();
+    void takesChanged();
+    void exportChanged(); ///< Progress or settings.
+
+private:
+    // EditorCommands.cpp, EditorTrimming.cpp
+    void applyCuts(const Cuts& cuts, const QString& name, CutsStep::Origin origin);
+    void endTrimPreview(const QString& name);
+    int replaceWordCuts(const QString& reason, const std::vector<Word>& newWords);
+    void recount();
+    void setStatus(std::optional<QString> status);
+    [[nodiscard]] double playheadSourceMs() const { return m_timeline.source(m_playhead.ms()); }
+    void reportTrim(const std::optional<QString>& refusal);
+
+    // EditorOpening.cpp
+    void resetTo(const Take& take);
+    QCoro::Task<void> loadMedia(Take take, double startedAt);
+    void rebuild(const QString& reason, double startedAt, std::optional<double> seekSourceMs = {},
+        std::optional<std::vector<Span>> keep = {});
+    void watchAlignment(const Take& take);
+    void watchForWords(const Take& take);
+    void startWatch(TranscriptWatch::For what, const Take& take);
+    void adoptWords(const Take& take, double waitedMs);
+    void applyAligned(const Take& take, double waitedMs);
+    [[nodiscard]] bool shows(const Take& take) const { return m_take && m_take->base == take.base; }
+
+    // EditorExport.cpp
+    [[nodiscard]] ExportSettings exportSettings(
+        std::optional<Codec> codec, std::optional<int> height, std::optional<int> fps, const QString& engine) const;
+    void setExportProgress(std::optional<double> progress);
+
+    const Sound m_sound;
+    std::optional<Take> m_take;
+    std::vector<Word> m_words;
+    Cuts m_cuts;
+    int m_cutRevision = 0;
+    int m_takeRevision = 0;
+    bool m_awaitingWords = false;
+    double m_sourceDurationMs = 0;
+    Timeline m_timeline;
+    Timeline m_fullTimeline;
+    std::optional<Span> m_selection;
+    std::vector<double> m_splits;
+    bool m_trimPreviewing = false;
+    int m_fillerCount = 0;
+    int m_pauseCount = 0;
+    std::shared_ptr<const LoadedTake> m_loaded;
+    std::shared_ptr<const Built> m_built;
+    int m_openGeneration = 0; ///< Grows with every open, so that a slow load knows that it is stale.
+    Playhead m_playhead;
+    QUndoStack m_undo;
+
+    std::optional<QString> m_status;
+    std::vector<Take::Listing> m_takes;
+    std::optional<double> m_exportProgress;
+    Codec m_codec = Codec::Hevc;
+    std::optional<int> m_exportHeight;
+    int m_exportFPS = 30;
+    std::shared_ptr<std::atomic<bool>> m_exportCancelled;
+
+    QThreadPool m_workers;
+    RecorderLink m_recorder;
+    std::unique_ptr<TranscriptWatch> m_watch;
+};
+
+} // namespace kelmo

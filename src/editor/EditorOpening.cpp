@@ -1,0 +1,245 @@
+#include "editor/Editor.h"
+#include "media/CompositionBuilder.h"
+#include "platform/MonotonicClock.h"
+#include "telemetry/Log.h"
+
+#include <QCoroFuture>
+#include <QtConcurrent>
+
+namespace kelmo {
+
+namespace {
+
+/// A recorder aligns fresh transcripts by itself; it is asked only for older ones.
+constexpr qint64 freshTranscriptSeconds = 15;
+/// A recording this long finished will not get a transcript any more.
+constexpr qint64 freshRecordingSeconds = 180;
+
+QString ms(double value) { return QString::number(value, 'f', 0) % QStringLiteral(" ms"); }
+
+QString yesNo(bool value) { return value ? QStringLiteral("true") : QStringLiteral("false"); }
+
+qint64 ageInSeconds(const QString& path)
+{
+    const QFileInfo file(path);
+    if (!file.exists())
+        return std::numeric_limits<qint64>::max();
+    return file.lastModified().secsTo(QDateTime::currentDateTime());
+}
+
+QString offset(double value) { return QString::number(value, 'f', value == std::floor(value) ? 1 : -1); }
+
+QString describe(const LoadedTake& loaded)
+{
+    return QStringLiteral("%1×%2 @ %3 fps, %4+%5 audio, face: %6")
+        .arg(loaded.renderWidth)
+        .arg(loaded.renderHeight)
+        .arg(double(loaded.fps))
+        .arg(loaded.screenAudio.size())
+        .arg(loaded.camAudio.size())
+        .arg(yesNo(loaded.camVideo.has_value()));
+}
+
+} // namespace
+
+void Editor::openNewest()
+{
+    m_takes = Take::list(Take::recordingsDir());
+    Q_EMIT takesChanged();
+    if (!m_takes.empty())
+        open(m_takes.front().url.toLocalFile());
+}
+
+void Editor::open(const QString& path)
+{
+    if (onOpen)
+        onOpen();
+    const double startedAt = MonotonicClock::nowMs();
+    const Result<Take> take = Take::load(path);
+    if (!take) {
+        setStatus(userText(take.error()));
+        Log::line(u"error", QStringLiteral("open failed: ") % userText(take.error()));
+        return;
+    }
+    resetTo(*take);
+    watchAlignment(*take);
+    Log::line(u"timing",
+        QStringLiteral("open ") % take->base % QStringLiteral(": files + transcript parsed in ")
+            % ms(MonotonicClock::nowMs() - startedAt)
+            % QStringLiteral(" (%1 words, webcam: %2, offset %3 ms, audioStart %4 ms)")
+                  .arg(m_words.size())
+                  .arg(yesNo(take->webcamURL.has_value()), offset(take->webcamOffsetMs),
+                      offset(take->screenAudioStartMs)));
+    loadMedia(*take, startedAt);
+}
+
+void Editor::resetTo(const Take& take)
+{
+    ++m_openGeneration;
+    m_take = take;
+    m_words = take.words;
+    m_cuts = {};
+    m_selection.reset();
+    m_splits.clear();
+    m_trimPreviewing = false;
+    m_undo.clear();
+    m_loaded.reset();
+    m_built.reset();
+    m_sourceDurationMs = 0;
+    m_timeline = {};
+    m_fullTimeline = {};
+    m_playhead.setMs(0);
+    m_playhead.setWord(std::nullopt);
+    ++m_takeRevision;
+    ++m_cutRevision;
+    recount();
+    setStatus(std::nullopt);
+    Q_EMIT takeChanged();
+    Q_EMIT cutsChanged();
+    Q_EMIT timelineChanged();
+    Q_EMIT selectionChanged();
+    Q_EMIT splitsChanged();
+}
+
+QCoro::Task<void> Editor::loadMedia(Take take, double startedAt)
+{
+    const QPointer<Editor> self(this);
+    const int generation = m_openGeneration;
+    const Result<std::shared_ptr<const LoadedTake>> loaded
+        = co_await QtConcurrent::run(&m_workers, [take] { return LoadedTake::load(take); });
+    if (!self || m_openGeneration != generation)
+        co_return;
+    if (!loaded) {
+        setStatus(QStringLiteral("Couldn't open: ") % userText(loaded.error()));
+        Log::line(u"error", QStringLiteral("open failed: ") % userText(loaded.error()));
+        co_return;
+    }
+    m_loaded = *loaded;
+    m_sourceDurationMs = m_loaded->durationMs;
+    Log::line(u"timing",
+        QStringLiteral("tracks loaded at ") % ms(MonotonicClock::nowMs() - startedAt) % QStringLiteral(" (")
+            % describe(*m_loaded) % QStringLiteral(")"));
+    rebuild(QStringLiteral("open"), MonotonicClock::nowMs(), 0);
+    if (onTakeReady)
+        onTakeReady(*m_take);
+    recount();
+}
+
+void Editor::rebuild(
+    const QString& reason, double startedAt, std::optional<double> seekSourceMs, std::optional<std::vector<Span>> keep)
+{
+    if (!m_loaded)
+        return;
+    const double seekTo = seekSourceMs.value_or(playheadSourceMs());
+    const bool isOverride = keep.has_value();
+    m_built = CompositionBuilder::build(m_loaded, keep ? *keep : m_cuts.keep(m_loaded->durationMs));
+    const double builtAt = MonotonicClock::nowMs();
+    m_timeline = m_built->timeline;
+    m_fullTimeline = m_timeline;
+    if (!isOverride && m_cuts.isTrimmed()) {
+        Cuts untrimmed = m_cuts;
+        untrimmed.trimIn = 0;
+        untrimmed.trimOut = Cuts::noTrimOut;
+        untrimmed.refresh();
+        m_fullTimeline = Timeline(untrimmed.keep(m_loaded->durationMs));
+    }
+    tick(m_timeline.edited(seekTo));
+    if (reason != QStringLiteral("open")) {
+        Log::line(u"timing",
+            QStringLiteral("edit → preview updated (") % reason % QStringLiteral("): ")
+                % ms(MonotonicClock::nowMs() - startedAt) % QStringLiteral(" [build ") % ms(builtAt - startedAt)
+                % QStringLiteral(", %1 segments]").arg(m_timeline.keep.size()));
+    }
+    Q_EMIT timelineChanged();
+}
+
+void Editor::watchAlignment(const Take& take)
+{
+    m_watch.reset();
+    m_awaitingWords = false;
+    if (take.words.empty()) {
+        watchForWords(take);
+        return;
+    }
+    if (take.aligned)
+        return;
+    if (ageInSeconds(TranscriptWatch::transcriptPath(take)) > freshTranscriptSeconds)
+        m_recorder.requestAlign(take.base);
+    startWatch(TranscriptWatch::For::Alignment, take);
+}
+
+void Editor::watchForWords(const Take& take)
+{
+    const QString sync = take.dir.toLocalFile() % QStringLiteral("/") % take.base % QStringLiteral("_sync.json");
+    // A transcript that is there and holds no words is simply empty.
+    if (QFileInfo::exists(TranscriptWatch::transcriptPath(take)) || ageInSeconds(sync) >= freshRecordingSeconds)
+        return;
+    m_awaitingWords = true;
+    ++m_takeRevision;
+    startWatch(TranscriptWatch::For::Words, take);
+    Q_EMIT takeChanged();
+}
+
+void Editor::startWatch(TranscriptWatch::For what, const Take& take)
+{
+    m_watch = std::make_unique<TranscriptWatch>(what, take, m_workers);
+    const bool forWords = what == TranscriptWatch::For::Words;
+    connect(
+        m_watch.get(), &TranscriptWatch::arrived, this,
+        [this, forWords](const Take& arrived, double waitedMs) {
+            forWords ? adoptWords(arrived, waitedMs) : applyAligned(arrived, waitedMs);
+        },
+        Qt::QueuedConnection);
+    connect(m_watch.get(), &TranscriptWatch::gaveUp, this, [this, forWords, base = take.base] {
+        if (!forWords) {
+            Log::line(u"align",
+                QStringLiteral("no aligned transcript for ") % base
+                    % QStringLiteral(" after 2 min; cuts stay on Parakeet stamps"));
+            return;
+        }
+        m_awaitingWords = false;
+        ++m_takeRevision;
+        Log::line(u"align", QStringLiteral("no transcript for ") % base % QStringLiteral(" after 3 min"));
+        Q_EMIT takeChanged();
+    });
+}
+
+void Editor::adoptWords(const Take& take, double waitedMs)
+{
+    if (!shows(take))
+        return;
+    m_awaitingWords = false;
+    replaceWordCuts(QStringLiteral("transcript"), take.words);
+    m_take = take;
+    ++m_takeRevision;
+    Log::line(u"timing",
+        QStringLiteral("late transcript adopted ") % ms(waitedMs)
+            % QStringLiteral(" after open (%1 words, aligned: %2)").arg(take.words.size()).arg(yesNo(take.aligned)));
+    tick(m_playhead.ms());
+    Q_EMIT takeChanged();
+    if (!take.aligned)
+        watchAlignment(take);
+}
+
+void Editor::applyAligned(const Take& take, double waitedMs)
+{
+    if (!shows(take))
+        return;
+    if (take.words.size() != m_words.size()) {
+        Log::line(u"align",
+            QStringLiteral("aligned transcript has %1 words, editor has %2; ignoring")
+                .arg(take.words.size())
+                .arg(m_words.size()));
+        return;
+    }
+    const int replaced = replaceWordCuts(QStringLiteral("aligned"), take.words);
+    m_take = take;
+    ++m_takeRevision;
+    Log::line(u"timing",
+        QStringLiteral("aligned word times applied ") % ms(waitedMs)
+            % QStringLiteral(" after open (%1 cut words re-placed)").arg(replaced));
+    tick(m_playhead.ms());
+    Q_EMIT takeChanged();
+}
+
+} // namespace kelmo

@@ -1,0 +1,100 @@
+#include "media/ExportFeeds.h"
+
+#include "media/stack/FrameConverter.h"
+#include "media/stack/FrameSequence.h"
+
+namespace kelmo {
+
+namespace {
+
+constexpr int screenThreads = 2;
+constexpr int cameraThreads = 1;
+
+std::vector<int> entriesOf(const std::vector<PlannedFrame>& plan, int PlannedFrame::*entry)
+{
+    std::vector<int> displays;
+    for (const PlannedFrame& frame : plan) {
+        if (frame.*entry != PlannedFrame::none)
+            displays.push_back(frame.*entry);
+    }
+    return displays;
+}
+
+Result<FrameSequence> openSequence(const CompositionTrack& track, std::vector<int> displays, int threads)
+{
+    Result<std::unique_ptr<VideoDecoder>> decoder = VideoDecoder::open(track.asset, *track.track, threads);
+    if (!decoder)
+        return tl::unexpected(decoder.error());
+    return FrameSequence(std::move(*decoder), std::move(displays));
+}
+
+Error outOfMemory() { return {QStringLiteral("Export"), 4, QStringLiteral("There is not enough memory to export")}; }
+
+} // namespace
+
+Result<void> ScreenFeed::run(
+    const CompositionTrack& track, const std::vector<PlannedFrame>& plan, int width, int height, bool sameSize)
+{
+    Result<FrameSequence> sequence = openSequence(track, entriesOf(plan, &PlannedFrame::screen), screenThreads);
+    if (!sequence)
+        return tl::unexpected(sequence.error());
+    // An odd last row or column is left away rather than squeezed in: the other pixels stay what they are.
+    const Track& source = *track.track;
+    FrameConverter converter(sameSize ? source.uprightWidth() : width, sameSize ? source.uprightHeight() : height,
+        source.quarterTurns, source.color, Scaling::Fine);
+    VideoFrame decoded;
+    VideoFrame ready;
+    for (const PlannedFrame& planned : plan) {
+        if (planned.screen == PlannedFrame::none) {
+            if (!m_queue.push({}))
+                return {};
+            continue;
+        }
+        Result<VideoFrame> next = sequence->next();
+        if (!next)
+            return tl::unexpected(next.error());
+        if (!(decoded == *next)) {
+            decoded = *next;
+            ready = converter.convert(decoded);
+            if (!ready)
+                return tl::unexpected(outOfMemory());
+            ready = ready.cropped(width, height);
+        }
+        if (!m_queue.push(ready))
+            return {};
+    }
+    return {};
+}
+
+Result<void> CameraFeed::run(
+    const CompositionTrack& track, const std::vector<PlannedFrame>& plan, int diameter, ColorTags target)
+{
+    Result<FrameSequence> sequence = openSequence(track, entriesOf(plan, &PlannedFrame::camera), cameraThreads);
+    if (!sequence)
+        return tl::unexpected(sequence.error());
+    const Track& source = *track.track;
+    FaceScaler scaler(diameter, target, source.naturalWidth, source.naturalHeight, source.quarterTurns);
+    VideoFrame decoded;
+    Face face;
+    for (const PlannedFrame& planned : plan) {
+        if (planned.camera == PlannedFrame::none) {
+            if (!m_queue.push(nullptr))
+                return {};
+            continue;
+        }
+        Result<VideoFrame> next = sequence->next();
+        if (!next)
+            return tl::unexpected(next.error());
+        if (!(decoded == *next)) {
+            decoded = *next;
+            face = scaler.scale(decoded);
+            if (!face)
+                return tl::unexpected(outOfMemory());
+        }
+        if (!m_queue.push(face))
+            return {};
+    }
+    return {};
+}
+
+} // namespace kelmo

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "media/Built.h"
+#include "media/stack/VideoEncoder.h"
+
+namespace kelmo {
+
+/// One picture of an export: when it shows, and which entries of the sources' display lists it is made of.
+struct PlannedFrame {
+    static constexpr int none = -1;
+
+    int64_t pts = 0; ///< Ticks of VideoEncoder::timeBase.
+    int screen = none; ///< Black when there is none.
+    int camera = none; ///< No circle when there is none.
+
+    bool operator==(const PlannedFrame&) const = default;
+};
+
+/// Which pictures an export shows and when, worked out before anything is decoded. Pure functions; any thread.
+namespace ExportPlan {
+
+/// With a webcam: one picture at every step of the grid.
+[[nodiscard]] std::vector<PlannedFrame> onGrid(const Composition& composition, int fps);
+
+/// Without: the screen movie's own pictures at their own times. The one that is on show when a piece starts is shown
+/// from the piece's start.
+[[nodiscard]] std::vector<PlannedFrame> ownFrames(const Composition& composition);
+
+/// At most `fps` pictures a second: one that follows too soon is dropped. What was dropped last shows after all when
+/// nothing follows for a while, so that a picture never stays out of date longer than the grid is wide.
+[[nodiscard]] std::vector<PlannedFrame> capped(std::vector<PlannedFrame> frames, int fps, MediaTime end);
+
+/// Repeats a picture that stands still for long, so that a key frame can fall at least every two seconds.
+[[nodiscard]] std::vector<PlannedFrame> withKeyTimes(const std::vector<PlannedFrame>& frames, MediaTime end);
+
+/// A time on the edited clock in ticks of the encoder.
+[[nodiscard]] int64_t ticks(MediaTime time);
+
+} // namespace ExportPlan
+
+} // namespace kelmo

@@ -1,0 +1,42 @@
+#pragma once
+
+#include "media/stack/FacePicture.h"
+#include "media/stack/VideoFrame.h"
+
+#include <vector>
+
+namespace kelmo {
+
+/// Where the face circle lies in a picture: in the bottom right corner, in proportion to the picture.
+struct FaceCircle {
+    int diameter = 0; ///< Pixels.
+    int left = 0; ///< Of the square around it, from the picture's left edge.
+    int top = 0; ///< From the picture's top edge.
+
+    [[nodiscard]] static FaceCircle in(int width, int height);
+    bool operator==(const FaceCircle&) const = default;
+};
+
+/// Draws the speaker's face as a circle with a soft edge over a screen picture, on the planes themselves: only the
+/// square that holds the circle is touched, in a copy. Immutable after construction; any thread.
+class FaceCompositor {
+public:
+    /// For pictures of this size.
+    FaceCompositor(int width, int height);
+
+    [[nodiscard]] const FaceCircle& circle() const { return m_circle; }
+
+    /// The screen picture with the face over it. Requires pictures of the agreed sizes and in the same colours. Null
+    /// when memory runs out.
+    [[nodiscard]] VideoFrame compose(const VideoFrame& screen, const FacePicture& face) const;
+
+private:
+    void blendLuma(VideoFrame& picture, const FacePicture& face) const;
+    void blendChroma(VideoFrame& picture, const FacePicture& face, int plane) const;
+
+    FramePool m_pool;
+    FaceCircle m_circle;
+    std::vector<uint8_t> m_alpha; ///< How much of the face shows, diameter × diameter.
+};
+
+} // namespace kelmo

@@ -1,0 +1,96 @@
+#include "media/FrameGrab.h"
+
+#include "media/FaceCompositor.h"
+#include "media/stack/FrameConverter.h"
+
+#include <QBuffer>
+#include <QColorSpace>
+#include <QImage>
+#include <QImageWriter>
+
+namespace kelmo {
+
+namespace {
+
+/// Of zlib's strengths, the one past which a screen picture takes several times as long to shrink by another tenth.
+constexpr int pngQuality = 80;
+
+ExactTime clampedTime(const Built& built, double editedMs)
+{
+    const double last = built.timeline.durationMs - 1;
+    return ExactTime::of(MediaTime::fromMs(last > 0 ? std::max(0.0, std::min(editedMs, last)) : 0.0));
+}
+
+Result<VideoFrame> decoded(const Built& built, const CompositionTrack& track, int display)
+{
+    Result<DecoderPool::Lease> decoder = built.loaded->decoders->lend(track.asset, *track.track, display);
+    if (!decoder)
+        return tl::unexpected(decoder.error());
+    (*decoder)->expect(std::array{display});
+    return (*decoder)->frame(display);
+}
+
+Result<VideoFrame> screenAt(const Built& built, ExactTime time)
+{
+    const CompositionTrack& screen = built.composition.screen;
+    const int width = built.loaded->renderWidth;
+    const int height = built.loaded->renderHeight;
+    const std::optional<int> display = screen.displayAt(time);
+    if (!display)
+        return FramePool(width, height).black(screen.track->color.completed(height));
+    Result<VideoFrame> frame = decoded(built, screen, *display);
+    if (!frame)
+        return frame;
+    FrameConverter converter(width, height, screen.track->quarterTurns, screen.track->color, Scaling::Fine);
+    return converter.convert(*frame);
+}
+
+} // namespace
+
+Result<VideoFrame> FrameGrab::picture(const Built& built, double editedMs)
+{
+    const ExactTime time = clampedTime(built, editedMs);
+    Result<VideoFrame> screen = screenAt(built, time);
+    const std::optional<CompositionTrack>& camera = built.composition.camera;
+    if (!screen || !camera)
+        return screen;
+    const std::optional<int> display = camera->displayAt(time);
+    if (!display)
+        return screen;
+    Result<VideoFrame> frame = decoded(built, *camera, *display);
+    if (!frame)
+        return frame;
+    const FaceCompositor compositor(screen->width(), screen->height());
+    FaceScaler scaler(compositor.circle().diameter, screen->color().completed(screen->height()),
+        camera->track->naturalWidth, camera->track->naturalHeight, camera->track->quarterTurns);
+    const std::shared_ptr<const FacePicture> face = scaler.scale(*frame);
+    if (!face)
+        return failure(QStringLiteral("FaceCompositor"), 1);
+    return compositor.compose(*screen, *face);
+}
+
+Result<QByteArray> FrameGrab::png(const Built& built, double editedMs, double maxWidth)
+{
+    const Result<VideoFrame> frame = picture(built, editedMs);
+    if (!frame)
+        return tl::unexpected(frame.error());
+    if (!*frame)
+        return failure(QStringLiteral("Editor"), 2);
+    const double scale
+        = std::min({1.0, std::max(1.0, maxWidth) / frame->width(), std::max(1.0, maxWidth) / frame->height()});
+    QImage image(std::max(1, qRound(frame->width() * scale)), std::max(1, qRound(frame->height() * scale)),
+        QImage::Format_RGB32);
+    if (image.isNull()
+        || !toRgb32(*frame, image.bits(), int(image.bytesPerLine()), image.width(), image.height(), Scaling::Fine))
+        return failure(QStringLiteral("Editor"), 2);
+    image.setColorSpace(QColorSpace(QColorSpace::SRgb));
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    QImageWriter writer(&buffer, "png");
+    writer.setQuality(pngQuality);
+    if (!writer.write(image))
+        return failure(QStringLiteral("Editor"), 2);
+    return bytes;
+}
+
+} // namespace kelmo

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "media/stack/Asset.h"
+#include "media/stack/DecoderPool.h"
+#include "model/Take.h"
+
+namespace kelmo {
+
+/// The media of a take, opened: what compositions are cut from. Immutable and shared; may be read from any thread.
+struct LoadedTake {
+    /// One usable track, and when it shows or sounds on its own file's clock.
+    struct Source {
+        std::shared_ptr<const Asset> asset;
+        const Track* track = nullptr; ///< Owned by `asset`.
+        TimeRange range;
+    };
+
+    Take take;
+    std::vector<std::shared_ptr<const Asset>> assets; ///< The screen movie, then the webcam movie if there is one.
+    Source screenVideo;
+    std::vector<Source> screenAudio; ///< In file order.
+    std::optional<Source> camVideo;
+    std::vector<Source> camAudio; ///< In file order.
+    double durationMs = 0; ///< Of the screen movie; the source clock runs from 0 to here.
+    int renderWidth = 0; ///< Upright pixels of the screen movie.
+    int renderHeight = 0;
+    float fps = 0; ///< Nominal, of the screen movie.
+
+    /// Decoders of these files that stay open for the next frame that somebody wants to look at.
+    std::shared_ptr<DecoderPool> decoders = std::make_shared<DecoderPool>();
+
+    /// Opens the take's movies, both at once. Blocks; call it on a worker. Fails with ("Take", 2) when the screen movie
+    /// has no video, and with the media stack's error when a file cannot be opened.
+    [[nodiscard]] static Result<std::shared_ptr<const LoadedTake>> load(const Take& take);
+};
+
+} // namespace kelmo

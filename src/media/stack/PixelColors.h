@@ -1,0 +1,16 @@
+#pragma once
+
+#include "media/stack/AvHandles.h"
+#include "media/stack/VideoFrame.h"
+
+namespace kelmo {
+
+/// libav's old "J" formats are the plain ones with full range, which the colour tags carry already.
+[[nodiscard]] AVPixelFormat plainFormat(int format);
+
+[[nodiscard]] bool isRgb(AVPixelFormat format);
+
+/// Tells a scaler what the numbers on both sides mean; it does not read that from the pictures.
+void setScalerColors(SwsContext* scaler, ColorTags from, bool fromRgb, ColorTags to, bool toRgb);
+
+} // namespace kelmo
