@@ -8,11 +8,9 @@
 
 #include <gtest/gtest.h>
 
-namespace kelmo::test
-{
+namespace kelmo::test {
 
-namespace
-{
+namespace {
 
 constexpr int kWindow = 4096;
 

@@ -8,11 +8,9 @@
 
 #include <gtest/gtest.h>
 
-namespace kelmo::test
-{
+namespace kelmo::test {
 
-namespace
-{
+namespace {
 
 /// 30 numbered pictures, 20/600 s each, no B-frames; half a second of sound.
 QString makeNumbered(const QTemporaryDir& folder, MovieLayout layout)

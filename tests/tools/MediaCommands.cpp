@@ -6,11 +6,9 @@
 
 #include <cstring>
 
-namespace kelmo::test
-{
+namespace kelmo::test {
 
-namespace
-{
+namespace {
 
 constexpr int kTimeoutMs = 120000;
 

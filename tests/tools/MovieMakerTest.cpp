@@ -7,11 +7,9 @@
 
 #include <gtest/gtest.h>
 
-namespace kelmo::test
-{
+namespace kelmo::test {
 
-namespace
-{
+namespace {
 
 QImage numbered(const VideoSpec& video, int number)
 {
@@ -105,9 +103,7 @@ const std::vector<Case>& cases()
 
 } // namespace
 
-class MovieMakerFormats : public testing::TestWithParam<Case>
-{
-};
+class MovieMakerFormats : public testing::TestWithParam<Case> { };
 
 TEST_P(MovieMakerFormats, makeUnevenTimesKeepsEveryPictureAndTime)
 {

@@ -33,7 +33,7 @@ VideoSpec videoOf(const TakeOptions& options, QSize size, double framesPerSecond
     // Recorders that encode while they record do without, and a movie without them can be cut short anywhere.
     video.bFrames = 0;
     video.preset = hevc ? QStringLiteral("ultrafast") : QStringLiteral("superfast");
-    video.crf = hevc ? 24 : 20;
+    video.crf = hevc ? 21 : 17;
     video.colour = ColourTags::bt709();
     video.threads = 2;
     return video;
@@ -192,6 +192,7 @@ Result<void> SampleTake::writeWebcam(const QString& path) const
     spec.path = path;
     spec.video = videoOf(m_options, kWebcamSize, kWebcamRate);
     spec.video->timeBase = {1, 600};
+    spec.video->crf += 5; // A face in a small circle; nobody reads it.
     spec.audio = {AudioSpec{.channels = 1, .bitRate = 128000}};
     auto maker = MovieMaker::create(spec);
     if (!maker)

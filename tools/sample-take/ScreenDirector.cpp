@@ -75,7 +75,7 @@ void ScreenDirector::planTyping(uint32_t seed)
     const double untilMs = after == m_lines.end() ? m_lines.back().endMs : after->startMs;
     double ms = first->startMs + kFirstKeyMs;
     for (const double weight : keyWeights()) {
-        ms += weight * vary(random, 52, 118);
+        ms += weight * vary(random, 44, 98);
         if (ms > untilMs)
             return;
         m_keyTimes.push_back(ms);

@@ -40,7 +40,7 @@ void paintSlide(QPainter& painter, const SlideState& state)
 QPointF pointOfInterest(int slide, int step)
 {
     static const std::array<std::vector<QPointF>, kSlides> points = {{
-        {{1180, 760}, {640, 640}, {900, 520}},
+        {{1180, 720}, {1060, 640}, {1130, 690}},
         {{560, 236}, {430, 380}, {1290, 520}, {1450, 640}},
         {{620, 236}, {520, 470}, {742, 560}, {1010, 640}},
         {{1120, 236}, {1600, 420}, {1640, 560}, {1600, 720}},

@@ -12,7 +12,7 @@ constexpr int kWordsPerMinute = 162;
 constexpr int kFillerWordsPerMinute = 105; // Nobody hurries an um.
 constexpr double kLeadInMs = 900;
 constexpr double kTailMs = 900;
-constexpr float kPeak = 0.6F;
+constexpr float kPeak = 0.8F;
 
 bool endsClause(const QString& word) { return QStringLiteral(",.?!:;").contains(word.back()); }
 
