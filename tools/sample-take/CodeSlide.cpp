@@ -78,7 +78,7 @@ void paintCodeLine(QPainter& painter, QPointF baseline, const QString& line, dou
 
 void paintWindow(QPainter& painter, const QRectF& window)
 {
-    style::panel(painter, window, QColor(0x12, 0x18, 0x29));
+    style::panel(painter, window, QColor(0x0b, 0x10, 0x1d));
     const std::array<QColor, 3> lights = {style::Coral, style::Yellow, style::Mint};
     painter.setPen(Qt::NoPen);
     for (size_t light = 0; light < lights.size(); ++light) {

@@ -8,10 +8,8 @@ namespace {
 
 void paintBackground(QPainter& painter)
 {
-    QLinearGradient gradient(0, 0, 1920, 1080);
-    gradient.setColorAt(0, style::InkLight);
-    gradient.setColorAt(1, style::Ink);
-    painter.fillRect(QRectF(0, 0, 1920, 1080), gradient);
+    // One colour: a dark gradient comes out of an encoder as stripes.
+    painter.fillRect(QRectF(0, 0, 1920, 1080), style::Ink);
 }
 
 void paintFooter(QPainter& painter, int slide)
