@@ -1,0 +1,118 @@
+#include "agent/JsonText.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QLocale>
+
+namespace kelmo {
+
+namespace {
+
+bool needsNoEscape(const QString& text)
+{
+    return std::all_of(text.begin(), text.end(),
+        [](QChar c) { return c >= QChar(' ') && c < QChar(0x7f) && c != QChar('"') && c != QChar('\\'); });
+}
+
+bool isNumberPart(char c) { return (c >= '0' && c <= '9') || c == '-' || c == '+' || c == '.' || c == 'e' || c == 'E'; }
+
+// The position after the string that starts at `from`.
+qsizetype stringEnd(const QByteArray& json, qsizetype from)
+{
+    for (qsizetype i = from + 1; i < json.size(); ++i) {
+        if (json[i] == '\\')
+            ++i;
+        else if (json[i] == '"')
+            return i + 1;
+    }
+    return json.size();
+}
+
+qsizetype blanksEnd(const QByteArray& json, qsizetype from)
+{
+    while (from < json.size() && (json[from] == ' ' || json[from] == '\t' || json[from] == '\n' || json[from] == '\r'))
+        ++from;
+    return from;
+}
+
+QByteArray numberFrom(const QByteArray& json, qsizetype from)
+{
+    qsizetype end = from;
+    while (end < json.size() && isNumberPart(json[end]))
+        ++end;
+    return json.sliced(from, end - from);
+}
+
+} // namespace
+
+QByteArray JsonText::object(const QJsonObject& object) { return QJsonDocument(object).toJson(QJsonDocument::Compact); }
+
+QByteArray JsonText::string(const QString& text)
+{
+    QByteArray json;
+    appendString(json, text);
+    return json;
+}
+
+void JsonText::appendString(QByteArray& json, const QString& text)
+{
+    if (needsNoEscape(text)) {
+        json += '"';
+        json += text.toLatin1();
+        json += '"';
+        return;
+    }
+    const QByteArray list = QJsonDocument(QJsonArray{text}).toJson(QJsonDocument::Compact);
+    json += QByteArrayView(list).sliced(1, list.size() - 2);
+}
+
+void JsonText::appendNumber(QByteArray& json, double value)
+{
+    constexpr double wholeUpTo = 9007199254740992.0;
+    if (!std::isfinite(value))
+        json += "null";
+    else if (value == std::trunc(value) && std::abs(value) <= wholeUpTo)
+        json += QByteArray::number(static_cast<qint64>(value));
+    else
+        json += QByteArray::number(value, 'g', QLocale::FloatingPointShortest);
+}
+
+QByteArray JsonText::quoted(const QByteArray& text)
+{
+    const auto isEscaped = [](char c) { return c == '"' || c == '\\'; };
+    const auto escapes = std::count_if(text.begin(), text.end(), isEscaped);
+    QByteArray quoted(text.size() + escapes + 2, Qt::Uninitialized);
+    char* to = quoted.data();
+    *to++ = '"';
+    for (const char c : text) {
+        if (isEscaped(c))
+            *to++ = '\\';
+        *to++ = c;
+    }
+    *to = '"';
+    return quoted;
+}
+
+QByteArray JsonText::numberAt(const QByteArray& json, QByteArrayView key)
+{
+    QByteArray number;
+    int depth = 0;
+    for (qsizetype i = 0; i < json.size(); ++i) {
+        const char c = json[i];
+        if (c == '{' || c == '[')
+            ++depth;
+        if (c == '}' || c == ']')
+            --depth;
+        if (c != '"')
+            continue;
+        const qsizetype end = stringEnd(json, i);
+        const qsizetype colon = blanksEnd(json, end);
+        const bool isKey = depth == 1 && colon < json.size() && json[colon] == ':';
+        if (isKey && QByteArrayView(json).sliced(i, end - i).sliced(1).chopped(1) == key)
+            number = numberFrom(json, blanksEnd(json, colon + 1));
+        i = end - 1;
+    }
+    return number;
+}
+
+} // namespace kelmo
