@@ -35,19 +35,19 @@ std::vector<PlannedFrame> ExportPlan::ownFrames(const Composition& composition)
     MediaTime reached;
     const auto fillGap = [&](MediaTime until) {
         if (reached < until)
-            frames.push_back({ticks(reached), PlannedFrame::none, PlannedFrame::none});
+            frames.push_back({.pts = ticks(reached)});
     };
     for (const CompositionSegment& segment : composition.screen.segments) {
         fillGap(segment.at);
         const ExactTime start = ExactTime::of(segment.source.start);
         const ExactTime end = ExactTime::of(segment.source.end());
-        frames.push_back({ticks(segment.at), index.displayAt(start).value_or(PlannedFrame::none), PlannedFrame::none});
+        frames.push_back({.pts = ticks(segment.at), .screen = index.displayAt(start).value_or(PlannedFrame::none)});
         const int last = index.displayAfter(end);
         for (int display = index.displayAfter(start); display < last; ++display) {
             const MediaTime shown = fromTicks(index.displays()[size_t(display)].present, index.timeBase());
             if (shown >= segment.source.end())
                 break;
-            frames.push_back({ticks(segment.at + (shown - segment.source.start)), display, PlannedFrame::none});
+            frames.push_back({.pts = ticks(segment.at + (shown - segment.source.start)), .screen = display});
         }
         reached = segment.place().end();
     }
@@ -79,20 +79,23 @@ std::vector<PlannedFrame> ExportPlan::capped(std::vector<PlannedFrame> frames, i
     return kept;
 }
 
-std::vector<PlannedFrame> ExportPlan::withKeyTimes(const std::vector<PlannedFrame>& frames, MediaTime end)
+std::vector<PlannedFrame> ExportPlan::withKeyFrames(const std::vector<PlannedFrame>& frames, MediaTime end)
 {
     std::vector<PlannedFrame> result;
-    int64_t key = 0;
+    int64_t key = -VideoEncoder::keyInterval;
     for (size_t i = 0; i < frames.size(); ++i) {
-        result.push_back(frames[i]);
-        if (frames[i].pts - key >= VideoEncoder::keyInterval || i == 0)
-            key = frames[i].pts;
         const int64_t next = i + 1 < frames.size() ? frames[i + 1].pts : ticks(end);
+        PlannedFrame frame = frames[i];
+        // The next picture would come too late to be the key frame.
+        frame.key = next - key > VideoEncoder::keyInterval;
+        if (frame.key)
+            key = frame.pts;
+        result.push_back(frame);
         while (next - key > VideoEncoder::keyInterval) {
             key += VideoEncoder::keyInterval;
-            PlannedFrame again = frames[i];
-            again.pts = key;
-            result.push_back(again);
+            frame.pts = key;
+            frame.key = true;
+            result.push_back(frame);
         }
     }
     return result;

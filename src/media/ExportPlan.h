@@ -12,6 +12,7 @@ struct PlannedFrame {
     int64_t pts = 0; ///< Ticks of VideoEncoder::timeBase.
     int screen = none; ///< Black when there is none.
     int camera = none; ///< No circle when there is none.
+    bool key = false; ///< To be coded as a key frame.
 
     bool operator==(const PlannedFrame&) const = default;
 };
@@ -30,8 +31,9 @@ namespace ExportPlan {
 /// nothing follows for a while, so that a picture never stays out of date longer than the grid is wide.
 [[nodiscard]] std::vector<PlannedFrame> capped(std::vector<PlannedFrame> frames, int fps, MediaTime end);
 
-/// Repeats a picture that stands still for long, so that a key frame can fall at least every two seconds.
-[[nodiscard]] std::vector<PlannedFrame> withKeyTimes(const std::vector<PlannedFrame>& frames, MediaTime end);
+/// Marks the key frames: at least one in every two seconds, the first included. A picture that stands still for longer
+/// is repeated, so that one can fall there, too.
+[[nodiscard]] std::vector<PlannedFrame> withKeyFrames(const std::vector<PlannedFrame>& frames, MediaTime end);
 
 /// A time on the edited clock in ticks of the encoder.
 [[nodiscard]] int64_t ticks(MediaTime time);

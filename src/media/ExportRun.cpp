@@ -41,11 +41,10 @@ ExportRun::~ExportRun()
 std::vector<PlannedFrame> ExportRun::plan() const
 {
     const Composition& composition = m_built->composition;
-    if (composition.camera)
-        return ExportPlan::onGrid(composition, m_settings.fps);
-    const bool full = m_settings.engine == ExportSettings::Engine::Session;
-    return ExportPlan::withKeyTimes(ExportPlan::capped(ExportPlan::ownFrames(composition),
-                                        full ? mostOwnFps : m_settings.fps, composition.duration),
+    const int mostFps = m_settings.engine == ExportSettings::Engine::Session ? mostOwnFps : m_settings.fps;
+    return ExportPlan::withKeyFrames(composition.camera
+            ? ExportPlan::onGrid(composition, m_settings.fps)
+            : ExportPlan::capped(ExportPlan::ownFrames(composition), mostFps, composition.duration),
         composition.duration);
 }
 
@@ -66,6 +65,9 @@ Result<ExportReport> ExportRun::run(const QString& path)
     }
     if (!done)
         fail(done.error());
+    // No more pictures will be taken, whether all are encoded or the export was given up; whoever waits is let go.
+    m_screen.close();
+    m_camera.close();
     if (m_writer)
         m_writer->endVideo();
     for (std::thread& thread : m_threads)
@@ -188,7 +190,7 @@ Result<void> ExportRun::encodePictures(VideoFrame screen)
         const Result<VideoFrame> picture = composed(screen);
         if (!picture)
             return tl::unexpected(picture.error());
-        if (Result<void> encoded = m_videoEncoder->encode(*picture, m_plan[i].pts, sink); !encoded)
+        if (Result<void> encoded = m_videoEncoder->encode(*picture, m_plan[i].pts, m_plan[i].key, sink); !encoded)
             return encoded;
         m_progress(std::min(double(m_plan[i].pts) / end, 1.0));
     }

@@ -46,7 +46,6 @@ Result<std::unique_ptr<MovieWriter>> MovieWriter::create(
     if (const int code = avformat_alloc_output_context2(&format, nullptr, "mp4", nullptr); code < 0)
         return writer->failed(code);
     writer->m_format = {format, closeAndFree};
-    writer->m_held = {nullptr, [](AVPacket* packet) { AvFree()(packet); }};
 
     if (Result<void> added = writer->addStream(video); !added)
         return tl::unexpected(added.error());
@@ -116,28 +115,14 @@ Result<void> MovieWriter::write(AVPacket& packet, int stream)
     return m_format->pb->error < 0 ? failed(m_format->pb->error) : Result<void>();
 }
 
-Result<void> MovieWriter::writeHeldVideo()
-{
-    if (!m_held)
-        return {};
-    m_videoReached = fromTicks(m_held->dts, m_timeBases[videoStream]);
-    m_advanced.notify_all();
-    const Result<void> written = write(*m_held, videoStream);
-    m_held.reset();
-    return written;
-}
-
 Result<void> MovieWriter::writeVideo(AVPacket& packet)
 {
     const std::lock_guard lock(m_mutex);
-    if (Result<void> written = writeHeldVideo(); !written)
-        return written;
-    if (!m_firstDts)
-        m_firstDts = packet.dts;
+    m_videoReached = fromTicks(packet.dts, m_timeBases[videoStream]);
+    m_advanced.notify_all();
+    // Samples last until the next one's time, so the length counts for the last picture only.
     packet.duration = m_videoEnd - packet.pts;
-    m_held.reset(av_packet_alloc());
-    av_packet_move_ref(m_held.get(), &packet);
-    return {};
+    return write(packet, videoStream);
 }
 
 Result<void> MovieWriter::writeAudio(AVPacket& packet)
@@ -158,11 +143,6 @@ void MovieWriter::endVideo()
 Result<void> MovieWriter::finish()
 {
     const std::lock_guard lock(m_mutex);
-    // Samples last until the next one's decoding time; the last has none, so it takes what is missing from the whole.
-    if (m_held)
-        m_held->duration = std::max<int64_t>(1, m_videoEnd - (m_held->dts - *m_firstDts));
-    if (Result<void> written = writeHeldVideo(); !written)
-        return written;
     if (const int code = av_write_trailer(m_format.get()); code < 0)
         return failed(code);
     if (const int code = avio_closep(&m_format->pb); code < 0)

@@ -8,7 +8,6 @@
 #include <condition_variable>
 #include <memory>
 #include <mutex>
-#include <optional>
 
 struct AVCodecContext;
 struct AVFormatContext;
@@ -43,7 +42,6 @@ private:
     [[nodiscard]] Result<void> addStream(const AVCodecContext& encoder);
     [[nodiscard]] Result<void> start();
     [[nodiscard]] Result<void> write(AVPacket& packet, int stream);
-    [[nodiscard]] Result<void> writeHeldVideo();
     [[nodiscard]] tl::unexpected<Error> failed(int code) const;
 
     QString m_path;
@@ -57,9 +55,6 @@ private:
     std::condition_variable m_advanced;
     MediaTime m_videoReached; ///< How far the written video has come.
     bool m_videoEnded = false;
-    /// The latest video packet, held back because only the last one's length matters and it is known last.
-    std::unique_ptr<AVPacket, void (*)(AVPacket*)> m_held{nullptr, nullptr};
-    std::optional<int64_t> m_firstDts;
 };
 
 } // namespace kelmo

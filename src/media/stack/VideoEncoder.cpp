@@ -120,18 +120,14 @@ Result<std::unique_ptr<VideoEncoder>> VideoEncoder::open(const VideoEncoding& en
         QStringLiteral("No video encoder works here: ") % encoder->m_refusals.join(QStringLiteral("; ")));
 }
 
-Result<void> VideoEncoder::encode(const VideoFrame& frame, int64_t pts, const PacketSink& sink)
+Result<void> VideoEncoder::encode(const VideoFrame& frame, int64_t pts, bool key, const PacketSink& sink)
 {
     const AvHandle<AVFrame> input = asInput(frame, *m_context);
     if (!input)
         return avFailure(AVERROR(ENOMEM), QStringLiteral("Can’t encode with"), m_name);
     input->pts = pts;
-    // The encoder counts frames, but seeking is by time, so the time decides.
-    if (!m_started || pts - m_lastKey >= keyInterval) {
+    if (key)
         input->pict_type = AV_PICTURE_TYPE_I;
-        m_lastKey = pts;
-    }
-    m_started = true;
     if (const int code = avcodec_send_frame(m_context.get(), input.get()); code < 0)
         return avFailure(code, QStringLiteral("Can’t encode with"), m_name);
     return drain(sink);

@@ -39,7 +39,7 @@ class VideoEncoder {
 public:
     /// The clock of coded video, fine enough for any recorder's frame times.
     static constexpr Ratio timeBase{1, 90000};
-    /// A key frame falls at least this often.
+    /// A key frame should fall at least this often.
     static constexpr int64_t keyInterval = 2 * timeBase.den;
 
     /// Tries the encoders for the codec in order, each by opening it and, for hardware, encoding a frame. Fails with
@@ -53,8 +53,9 @@ public:
 
     using PacketSink = std::function<Result<void>(AVPacket&)>;
 
-    /// Encodes a picture of the agreed size at `pts`, which must grow. Packets come out through `sink` on this thread.
-    [[nodiscard]] Result<void> encode(const VideoFrame& frame, int64_t pts, const PacketSink& sink);
+    /// Encodes a picture of the agreed size at `pts`, which must grow; `key` makes it a key frame. Packets come out
+    /// through `sink` on this thread.
+    [[nodiscard]] Result<void> encode(const VideoFrame& frame, int64_t pts, bool key, const PacketSink& sink);
     /// Lets out everything still inside. Nothing may be encoded after.
     [[nodiscard]] Result<void> finish(const PacketSink& sink);
 
@@ -68,9 +69,6 @@ private:
     QString m_name;
     QStringList m_refusals;
     std::unique_ptr<AVCodecContext, void (*)(AVCodecContext*)> m_context;
-    bool m_toDevice = false; ///< Pictures must be copied to the device first (VA-API).
-    int64_t m_lastKey = 0;
-    bool m_started = false;
 };
 
 } // namespace kelmo

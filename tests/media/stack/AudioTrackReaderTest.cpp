@@ -1,0 +1,167 @@
+#include "media/stack/AudioTrackReader.h"
+
+#include "media/stack/PeakLimiter.h"
+#include "tests/movies/CodedMovie.h"
+#include "tools/moviemaker/SoundCode.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace kelmo {
+
+namespace {
+
+struct Case {
+    const char* name;
+    const char* codec;
+    int sampleRate;
+    int channels;
+    double startOffsetMs;
+    double tolerance; ///< Samples at 48 kHz.
+    int64_t editStart; ///< Of the track's edit list, in its samples; -1 for none.
+};
+
+constexpr int window = 4096;
+
+QString text(const char* latin) { return QString::fromLatin1(latin); }
+
+} // namespace
+
+class AudioTrackReaderFormats : public testing::TestWithParam<Case> {
+protected:
+    void SetUp() override
+    {
+        const Case& c = GetParam();
+        m_movie.spec = smallMovie(m_folder, text("a.mov"));
+        m_movie.spec.video.reset();
+        AudioSpec audio;
+        audio.codec = text(c.codec);
+        audio.sampleRate = c.sampleRate;
+        audio.channels = c.channels;
+        audio.startOffsetMs = c.startOffsetMs;
+        m_movie.spec.audio = {audio};
+        m_movie.soundSeconds = 12;
+        if (c.editStart >= 0)
+            m_movie.audioEdits = {{48000 * 8, c.editStart}};
+        make(m_movie);
+        Result<std::shared_ptr<const Asset>> asset = Asset::open(m_movie.spec.path);
+        ASSERT_TRUE(asset) << qPrintable(userText(asset.error()));
+        m_asset = *asset;
+    }
+
+    std::unique_ptr<AudioTrackReader> reader() const
+    {
+        Result<std::unique_ptr<AudioTrackReader>> opened = AudioTrackReader::open(m_asset, m_asset->tracks().front());
+        return opened ? std::move(*opened) : nullptr;
+    }
+
+    static std::vector<float> read(AudioTrackReader& reader, int64_t position, int count)
+    {
+        std::vector<float> sound(size_t(count) * 2, 9.0f);
+        EXPECT_TRUE(reader.read(position, count, sound.data()));
+        return sound;
+    }
+
+    QTemporaryDir m_folder;
+    CodedMovie m_movie;
+    std::shared_ptr<const Asset> m_asset;
+};
+
+TEST_P(AudioTrackReaderFormats, readAtAnyPositionGivesTheSoundMadeThere)
+{
+    const Case& c = GetParam();
+    const std::unique_ptr<AudioTrackReader> jumping = reader();
+    ASSERT_TRUE(jumping);
+    // What was made at file position p is sound-code position p - offset, or later by what the edit list cuts off.
+    const double shift = c.editStart >= 0 ? double(c.editStart) * 48000 / c.sampleRate : -c.startOffsetMs * 48;
+    std::minstd_rand random(3);
+    for (int i = 0; i < 12; ++i) {
+        const int64_t position = 48000 + int64_t(random() % (48000 * 6));
+        const std::vector<float> stereo = read(*jumping, position, window);
+        std::vector<float> left;
+        for (size_t sample = 0; sample < stereo.size(); sample += 2)
+            left.push_back(stereo[sample]);
+        const auto expected = double(position) + shift;
+        const std::optional<double> found
+            = SoundCode(1).findPosition(left, 48000, int64_t(expected) - 3000, int64_t(expected) + 3000);
+        ASSERT_TRUE(found) << "at " << position;
+        EXPECT_NEAR(*found, expected, c.tolerance) << "at " << position;
+        if (c.channels == 1) {
+            for (size_t sample = 0; sample < stereo.size(); sample += 2)
+                ASSERT_EQ(stereo[sample], stereo[sample + 1]);
+        }
+    }
+}
+
+TEST_P(AudioTrackReaderFormats, readAfterAJumpEqualsReadingThrough)
+{
+    const std::unique_ptr<AudioTrackReader> through = reader();
+    std::vector<float> whole;
+    for (int64_t at = 0; at < 48000 * 13; at += 1000) {
+        const std::vector<float> part = read(*through, at, 1000);
+        whole.insert(whole.end(), part.begin(), part.end());
+    }
+    const std::unique_ptr<AudioTrackReader> jumping = reader();
+    std::minstd_rand random(5);
+    for (int i = 0; i < 20; ++i) {
+        const auto position = int64_t(random() % (48000 * 12));
+        const int count = 300 + int(random() % 3000);
+        const std::vector<float> part = read(*jumping, position, count);
+        for (size_t sample = 0; sample < part.size(); ++sample)
+            ASSERT_NEAR(part[sample], whole[size_t(position) * 2 + sample], 2e-3) << position << "+" << sample / 2;
+    }
+}
+
+TEST_P(AudioTrackReaderFormats, readBeyondTheEndsIsSilence)
+{
+    const std::unique_ptr<AudioTrackReader> reading = reader();
+    for (const float value : read(*reading, -5000, 4000))
+        ASSERT_EQ(value, 0.0f);
+    for (const float value : read(*reading, 48000 * 20, 1000))
+        ASSERT_EQ(value, 0.0f);
+    const auto end = scaled(m_asset->duration().us, 48, 1000);
+    const std::vector<float> last = read(*reading, end - 100, 200);
+    EXPECT_TRUE(std::any_of(last.begin(), last.begin() + 190, [](float value) { return value != 0.0f; }));
+    for (size_t sample = 204; sample < last.size(); ++sample)
+        ASSERT_EQ(last[sample], 0.0f);
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, AudioTrackReaderFormats,
+    testing::Values(Case{"aac48", "aac", 48000, 2, 0, 1.0, -1}, Case{"aac44", "aac", 44100, 2, 0, 1.0, -1},
+        Case{"aacMono", "aac", 48000, 1, 0, 1.0, -1}, Case{"aacLate", "aac", 44100, 2, 700, 1.0, -1},
+        Case{"aacTrimmed", "aac", 44100, 2, 0, 1.0, 13127}, Case{"pcm48", "pcm_s16le", 48000, 2, 0, 0.1, -1},
+        Case{"pcm16Mono", "pcm_s16le", 16000, 1, 0, 0.1, -1}, Case{"pcm96", "pcm_f32le", 96000, 2, 0, 0.1, -1},
+        Case{"alacTrimmed", "alac", 48000, 2, 0, 0.1, 7001}),
+    [](const testing::TestParamInfo<Case>& info) { return info.param.name; });
+
+TEST(PeakLimiter, limitQuietSoundIsUntouchedAndLoudSoundStaysBelowFullScale)
+{
+    constexpr int count = 4000;
+    constexpr int reach = PeakLimiter::reach;
+    std::vector<float> sound(size_t(count + 2 * reach) * 2);
+    for (size_t i = 0; i < sound.size(); ++i)
+        sound[i] = 0.9f * float(std::sin(double(i) * 0.01));
+    std::vector<float> out(size_t(count) * 2);
+    PeakLimiter::limit(sound, out);
+    EXPECT_TRUE(std::equal(out.begin(), out.end(), sound.begin() + 2 * reach));
+
+    for (size_t i = 3000; i < 5000; ++i)
+        sound[i] *= 2;
+    PeakLimiter::limit(sound, out);
+    EXPECT_LE(*std::max_element(out.begin(), out.end()), 1.0f);
+    EXPECT_GE(*std::min_element(out.begin(), out.end()), -1.0f);
+    // Soft: the volume moves by little from one sample to the next.
+    const auto gain = [&](size_t i) { return out[i] / sound[i + 2 * reach]; };
+    for (size_t i = 2; i < out.size(); ++i) {
+        if (std::abs(sound[i + 2 * reach]) > 0.1f && std::abs(sound[i - 2 + 2 * reach]) > 0.1f) {
+            ASSERT_LT(std::abs(gain(i) - gain(i - 2)), 0.01f) << i;
+        }
+    }
+    // Limiting a stretch alone gives the same as limiting all of it.
+    std::vector<float> part(1000);
+    PeakLimiter::limit(std::span(sound).subspan(2500, 1000 + 4 * reach), part);
+    EXPECT_TRUE(std::equal(part.begin(), part.end(), out.begin() + 2500));
+}
+
+} // namespace kelmo
