@@ -1,7 +1,5 @@
 #include "agent/HTTPConnection.h"
 
-#include <sys/socket.h>
-
 namespace kelmo {
 
 namespace {
@@ -39,19 +37,16 @@ QByteArray responseHead(int status, qsizetype length, const QByteArray& contentT
 
 } // namespace
 
-HTTPConnection::HTTPConnection(QTcpSocket* socket, const HTTPLimits& limits, QObject* parent)
+HTTPConnection::HTTPConnection(qintptr descriptor, const HTTPLimits& limits, QObject* parent)
     : QObject(parent)
-    , m_socket(socket)
+    , m_socket(descriptor, nullptr)
     , m_limits(limits)
     , m_reader(limits)
 {
-    m_socket->setParent(this);
     m_silence.setSingleShot(true);
     connect(&m_silence, &QTimer::timeout, this, &HTTPConnection::close);
-    connect(m_socket, &QTcpSocket::readyRead, this, &HTTPConnection::readyRead);
-    connect(m_socket, &QTcpSocket::bytesWritten, this, &HTTPConnection::sent);
-    connect(m_socket, &QTcpSocket::errorOccurred, this, &HTTPConnection::close);
-    connect(m_socket, &QTcpSocket::disconnected, this, &HTTPConnection::close);
+    connect(&m_socket, &ClientSocket::readyRead, this, &HTTPConnection::readyRead);
+    connect(&m_socket, &ClientSocket::bytesWritten, this, &HTTPConnection::sent);
     m_silence.start(m_limits.silence);
 }
 
@@ -67,7 +62,7 @@ void HTTPConnection::readRequest()
 {
     std::array<char, readAtOnce> chunk;
     for (int i = 0; i < readsInARow; ++i) {
-        const qint64 count = m_socket->read(chunk.data(), chunk.size());
+        const qint64 count = m_socket.read(chunk.data(), chunk.size());
         if (count == 0)
             return;
         if (count < 0)
@@ -81,6 +76,7 @@ void HTTPConnection::readRequest()
             return close();
         case HTTPRequestReader::State::Complete:
             m_phase = Phase::Answering;
+            m_socket.setReading(false);
             m_silence.stop();
             Q_EMIT requestReceived(m_reader.takeRequest());
             return;
@@ -94,23 +90,24 @@ void HTTPConnection::send(int status, const QByteArray& body, const QByteArray& 
         return;
     m_phase = Phase::Sending;
     m_silence.start(m_limits.silence);
-    if (m_socket->write(responseHead(status, body.size(), contentType) + body) < 0)
-        close();
-    else
-        sent();
+    m_socket.write(responseHead(status, body.size(), contentType) + body);
+    sent();
 }
 
 void HTTPConnection::sent()
 {
     if (m_phase != Phase::Sending)
         return;
+    if (m_socket.isBroken())
+        return close();
     m_silence.start(m_limits.silence);
-    if (m_socket->bytesToWrite() > 0)
+    if (m_socket.bytesToWrite() > 0)
         return;
     // Closing while the client still sends would make the system reset the connection and throw the answer away. So
     // only our direction ends here; what else the client sends is dropped until it closes as well, or for a moment.
     m_phase = Phase::Lingering;
-    ::shutdown(static_cast<int>(m_socket->socketDescriptor()), SHUT_WR);
+    m_socket.endSending();
+    m_socket.setReading(true);
     m_silence.start(m_limits.linger);
     discard();
 }
@@ -120,7 +117,7 @@ void HTTPConnection::discard()
     std::array<char, readAtOnce> chunk;
     qint64 count = 1;
     for (int i = 0; i < readsInARow && count > 0; ++i)
-        count = m_socket->read(chunk.data(), chunk.size());
+        count = m_socket.read(chunk.data(), chunk.size());
     if (count < 0)
         close();
 }
@@ -131,7 +128,7 @@ void HTTPConnection::close()
         return;
     m_phase = Phase::Closed;
     m_silence.stop();
-    m_socket->abort();
+    m_socket.setReading(false);
     Q_EMIT closed();
 }
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "agent/ClientSocket.h"
 #include "agent/HTTPLimits.h"
 #include "agent/HTTPRequestReader.h"
 
 #include <QObject>
-#include <QTcpSocket>
 #include <QTimer>
 
 namespace kelmo {
@@ -15,9 +15,8 @@ class HTTPConnection : public QObject {
     Q_OBJECT
 
 public:
-    /// Takes over the connected socket and starts reading at once. Requires: the socket was opened unbuffered, because
-    /// only then does it leave the client's end of stream alone while an answer is due.
-    HTTPConnection(QTcpSocket* socket, const HTTPLimits& limits, QObject* parent);
+    /// Takes over a connected socket and starts to read.
+    HTTPConnection(qintptr descriptor, const HTTPLimits& limits, QObject* parent);
 
     /// Sends the response and closes. A call before `requestReceived`, a second one and one after the client has gone
     /// do nothing. The content type is left out when the body is empty.
@@ -38,7 +37,7 @@ private:
     void sent();
     void close();
 
-    QTcpSocket* m_socket;
+    ClientSocket m_socket;
     HTTPLimits m_limits;
     HTTPRequestReader m_reader;
     QTimer m_silence;

@@ -1,5 +1,6 @@
 #include "agent/HTTPListener.h"
 
+#include "agent/ClientSocket.h"
 #include "agent/HTTPConnection.h"
 #include "telemetry/Log.h"
 
@@ -16,15 +17,18 @@ constexpr std::chrono::seconds retryAfter{1};
 HTTPListener::HTTPListener(const HTTPLimits& limits)
     : m_limits(limits)
 {
-    // One accepted client at a time waits to be taken; while it does, the others stay in the system's own queue.
-    setMaxPendingConnections(1);
     setListenBacklogSize(m_limits.connections);
-    connect(this, &QTcpServer::newConnection, this, &HTTPListener::serveWaiting);
     // The system may be out of file handles for a while. Qt stops accepting then and leaves it to us to go on.
     connect(this, &QTcpServer::acceptError, this, [this] {
         Log::line(u"error", QStringLiteral("mcp accept: ") % errorString());
         QTimer::singleShot(retryAfter, this, [this] { resumeAccepting(); });
     });
+}
+
+HTTPListener::~HTTPListener()
+{
+    while (!m_waiting.isEmpty())
+        ClientSocket(m_waiting.dequeue(), nullptr);
 }
 
 void HTTPListener::start(quint16 port)
@@ -46,26 +50,32 @@ void HTTPListener::send(quint64 connection, int status, const QByteArray& body, 
 
 void HTTPListener::incomingConnection(qintptr descriptor)
 {
-    auto* socket = new QTcpSocket(this);
-    socket->setSocketDescriptor(
-        descriptor, QAbstractSocket::ConnectedState, QIODevice::ReadWrite | QIODevice::Unbuffered);
-    addPendingConnection(socket);
+    if (m_connections.size() < m_limits.connections) {
+        serve(descriptor);
+        return;
+    }
+    // Accepting ends only when the system's queue is empty, so those that were in it wait here.
+    m_waiting.enqueue(descriptor);
+    pauseAccepting();
 }
 
-void HTTPListener::serveWaiting()
+void HTTPListener::serve(qintptr descriptor)
 {
-    while (m_connections.size() < m_limits.connections && hasPendingConnections()) {
-        auto* connection = new HTTPConnection(nextPendingConnection(), m_limits, this);
-        const quint64 number = ++m_lastConnection;
-        m_connections.insert(number, connection);
-        connect(connection, &HTTPConnection::requestReceived, this,
-            [this, number](const HTTPRequest& request) { Q_EMIT requestReceived(number, request); });
-        connect(connection, &HTTPConnection::closed, this, [this, number, connection] {
-            m_connections.remove(number);
-            connection->deleteLater();
-            serveWaiting();
-        });
-    }
+    auto* connection = new HTTPConnection(descriptor, m_limits, this);
+    const quint64 number = ++m_lastConnection;
+    m_connections.insert(number, connection);
+    connect(connection, &HTTPConnection::requestReceived, this,
+        [this, number](const HTTPRequest& request) { Q_EMIT requestReceived(number, request); });
+    connect(connection, &HTTPConnection::closed, this, [this, number] { closed(number); });
+}
+
+void HTTPListener::closed(quint64 number)
+{
+    m_connections.take(number)->deleteLater();
+    if (!m_waiting.isEmpty())
+        serve(m_waiting.dequeue());
+    else
+        resumeAccepting();
 }
 
 } // namespace kelmo

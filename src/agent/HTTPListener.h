@@ -4,6 +4,7 @@
 #include "agent/HTTPRequest.h"
 
 #include <QHash>
+#include <QQueue>
 #include <QTcpServer>
 
 namespace kelmo {
@@ -17,6 +18,7 @@ class HTTPListener : public QTcpServer {
 
 public:
     explicit HTTPListener(const HTTPLimits& limits);
+    ~HTTPListener() override;
 
     /// Binds the port (0: any free one) and starts to accept. The outcome is logged and signalled.
     void start(quint16 port);
@@ -32,11 +34,13 @@ protected:
     void incomingConnection(qintptr descriptor) override;
 
 private:
-    void serveWaiting();
+    void serve(qintptr descriptor);
+    void closed(quint64 number);
 
     HTTPLimits m_limits;
     QHash<quint64, HTTPConnection*> m_connections;
     quint64 m_lastConnection = 0;
+    QQueue<qintptr> m_waiting; ///< accepted, but not served yet because too many others are
 };
 
 } // namespace kelmo
