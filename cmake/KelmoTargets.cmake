@@ -30,6 +30,7 @@ add_compile_definitions(QT_NO_CAST_FROM_BYTEARRAY QT_NO_FOREACH QT_NO_KEYWORDS Q
 # links only folders below it, so an include that climbs does not compile.
 function(kelmo_library name)
     file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+    list(FILTER sources EXCLUDE REGEX "/main\\.cpp$") # A program's entry point is no part of its library.
     add_library(kelmo_${name} STATIC ${sources})
     set_target_properties(kelmo_${name} PROPERTIES AUTOMOC ON)
     target_include_directories(kelmo_${name} PUBLIC ${CMAKE_SOURCE_DIR}/src)

@@ -5,11 +5,9 @@
 #include <algorithm>
 #include <cmath>
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 // A shorter piece would be a flash of picture and a click of sound between two cuts.
 constexpr double shortestPieceMs = 20;

@@ -7,8 +7,7 @@
 #include <limits>
 #include <vector>
 
-namespace kelmo
-{
+namespace kelmo {
 
 /// The whole edit of a take: what is cut out, and the trim of head and tail, all in source ms. A plain value, owned by
 /// the editor. The trim is kept apart from the cuts, so that clearing it brings back what was cut inside it.

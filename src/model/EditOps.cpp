@@ -7,11 +7,9 @@
 #include <algorithm>
 #include <cmath>
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 // All of these are ms, or a share of the silence beside the cut.
 constexpr double headPaddingShare = 0.45;

@@ -9,13 +9,11 @@
 #include <optional>
 #include <vector>
 
-namespace kelmo
-{
+namespace kelmo {
 
 /// From words to the ranges that cut them, and back. Pure functions for any thread. Word lists are sorted by start,
 /// cut spans are normalised (`Cuts::effective`), all times are source ms.
-namespace EditOps
-{
+namespace EditOps {
 
 /// The word indices lo to hi, both included.
 struct IndexRange {

@@ -3,11 +3,9 @@
 #include <QFile>
 #include <QJsonDocument>
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 constexpr qint64 maximumBytes = 256LL * 1024 * 1024;
 

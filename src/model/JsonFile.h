@@ -6,8 +6,7 @@
 
 #include <optional>
 
-namespace kelmo::JsonFile
-{
+namespace kelmo::JsonFile {
 
 /// The JSON object that a file holds; nothing when the file is missing, unreadable, larger than 256 MiB, not UTF-8, not
 /// JSON, nested too deeply or not an object. Callable from any thread.

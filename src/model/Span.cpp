@@ -2,8 +2,7 @@
 
 #include <QHashFunctions>
 
-namespace kelmo
-{
+namespace kelmo {
 
 QJsonObject Span::toJson() const { return {{QStringLiteral("start"), start}, {QStringLiteral("end"), end}}; }
 

@@ -4,8 +4,7 @@
 
 #include <optional>
 
-namespace kelmo
-{
+namespace kelmo {
 
 /// A half-open range [start, end) in milliseconds on the source clock. A plain value.
 struct Span {

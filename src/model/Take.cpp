@@ -11,11 +11,9 @@
 
 #include <algorithm>
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 constexpr char syncSuffix[] = "_sync";
 // In the order in which they are tested, each once.

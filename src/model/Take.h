@@ -10,8 +10,7 @@
 #include <optional>
 #include <vector>
 
-namespace kelmo
-{
+namespace kelmo {
 
 /// One recording: the files in a folder that share a base name, with the words already on the screen movie's clock.
 /// An immutable value by convention; its functions only read files and may run on any thread.

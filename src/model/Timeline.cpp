@@ -2,11 +2,9 @@
 
 #include <algorithm>
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 double lengthOf(const Span& range) { return std::max(0.0, range.end - range.start); }
 

@@ -4,13 +4,11 @@
 
 #include <vector>
 
-namespace kelmo
-{
+namespace kelmo {
 
 /// Converts between the source clock, which words and cuts are on, and the edited clock, on which the kept ranges play
 /// back to back from 0. An immutable value by convention; free to pass between threads.
-class Timeline
-{
+class Timeline {
 public:
     Timeline() = default;
 

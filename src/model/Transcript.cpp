@@ -6,11 +6,9 @@
 
 #include <algorithm>
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 bool isAbsent(const QJsonValue& value) { return value.isUndefined() || value.isNull(); }
 

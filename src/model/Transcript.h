@@ -8,8 +8,7 @@
 #include <optional>
 #include <vector>
 
-namespace kelmo
-{
+namespace kelmo {
 
 /// What the recorder's transcript file says, before its times are moved onto the screen's clock. A plain value.
 struct Transcript {

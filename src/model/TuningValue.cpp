@@ -4,8 +4,7 @@
 
 #include <cmath>
 
-namespace kelmo
-{
+namespace kelmo {
 
 double TuningValue::read(const char* name, double fallback)
 {

@@ -1,7 +1,6 @@
 #pragma once
 
-namespace kelmo::TuningValue
-{
+namespace kelmo::TuningValue {
 
 /// The environment variable `name` as a plain decimal number (sign and fraction allowed, no blanks, no exponent), or
 /// `fallback` when it is unset or anything else.

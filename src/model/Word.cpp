@@ -4,8 +4,7 @@
 
 #include <cmath>
 
-namespace kelmo
-{
+namespace kelmo {
 
 bool Word::isValid() const { return std::isfinite(startMs) && std::isfinite(endMs) && startMs <= endMs; }
 

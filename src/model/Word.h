@@ -5,8 +5,7 @@
 
 #include <optional>
 
-namespace kelmo
-{
+namespace kelmo {
 
 /// One transcribed word with its half-open time range [startMs, endMs) on the take's source clock. A plain value. In
 /// a word list, which is sorted by start, a word is known by its index.

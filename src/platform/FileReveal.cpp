@@ -8,11 +8,9 @@
 #include <QProcess>
 #include <QUrl>
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 void openFolder(const QString& filePath)
 {

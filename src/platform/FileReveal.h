@@ -2,12 +2,10 @@
 
 #include <QString>
 
-namespace kelmo
-{
+namespace kelmo {
 
 /// Shows a finished file to the user in the desktop's file manager. Main thread only.
-namespace FileReveal
-{
+namespace FileReveal {
 
 /// Selects the file in the file manager, or opens its folder where no file manager can select. Returns at once;
 /// a desktop that can do neither is left alone without a word.

@@ -8,11 +8,9 @@
 #include <pwd.h>
 #include <unistd.h>
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 // The toolkit knows only HOME and falls back to the root folder, where nobody's files belong.
 QString accountHome()

@@ -2,8 +2,7 @@
 
 #include <chrono>
 
-namespace kelmo
-{
+namespace kelmo {
 
 double MonotonicClock::nowMs()
 {

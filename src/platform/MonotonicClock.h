@@ -1,11 +1,9 @@
 #pragma once
 
-namespace kelmo
-{
+namespace kelmo {
 
 /// A clock that never jumps, for measuring how long something took. Callable from any thread.
-namespace MonotonicClock
-{
+namespace MonotonicClock {
 
 /// Milliseconds since an arbitrary but fixed moment, with sub-millisecond resolution.
 [[nodiscard]] double nowMs();

@@ -8,11 +8,9 @@
 
 #include <optional>
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 constexpr char applicationName[] = "KelmoEditor";
 

@@ -18,11 +18,9 @@
 #include <cmath>
 #include <mutex>
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 // Write-only and public by design: it can add events to the project and read none.
 constexpr char projectKey[] = "phc_8xQ2nVtLm4RkZ0aJcWy7HfPdEs3uBg9TiKo6NrYlMqAv";

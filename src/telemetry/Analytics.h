@@ -3,13 +3,11 @@
 #include <QJsonObject>
 #include <QString>
 
-namespace kelmo
-{
+namespace kelmo {
 
 /// Anonymous usage events: timings and counts, never transcript text, screen content or file names. Callable from any
 /// thread; requests run on a thread of their own. Nothing here waits, fails or reports: a lost event is lost.
-namespace Analytics
-{
+namespace Analytics {
 
 /// Sends one event if events are enabled. Values are strings, integers or reals; an event with a number that is
 /// not finite is dropped. A property of the event wins over a common one of the same name.

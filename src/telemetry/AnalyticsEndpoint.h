@@ -2,8 +2,7 @@
 
 #include <QUrl>
 
-namespace kelmo::Analytics
-{
+namespace kelmo::Analytics {
 
 /// The address that events are posted to. Callable from any thread.
 [[nodiscard]] QUrl endpoint();

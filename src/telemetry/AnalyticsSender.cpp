@@ -8,11 +8,9 @@
 
 #include <netdb.h>
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 constexpr int timeoutMs = 10'000;
 constexpr int stopWithinMs = 200;

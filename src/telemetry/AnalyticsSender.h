@@ -9,14 +9,12 @@
 class QNetworkAccessManager;
 class QThread;
 
-namespace kelmo
-{
+namespace kelmo {
 
 /// Posts JSON documents and forgets them. Lives on the thread that it starts in `start` and that `stop` ends. Host
 /// names are looked up on that thread too, because the toolkit's own look-ups hold up the end of the process for as
 /// long as a name server stays silent.
-class AnalyticsSender : public QObject
-{
+class AnalyticsSender : public QObject {
     Q_OBJECT
 
 public:

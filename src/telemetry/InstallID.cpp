@@ -6,8 +6,7 @@
 #include <QSaveFile>
 #include <QUuid>
 
-namespace kelmo
-{
+namespace kelmo {
 
 QString InstallID::loadOrCreate(const QString& path)
 {

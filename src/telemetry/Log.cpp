@@ -13,11 +13,9 @@
 #include <poll.h>
 #include <unistd.h>
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 // Never destroyed, so that whatever still logs while the process winds down finds it; only its thread ends.
 LogWriter& writer()

@@ -3,14 +3,12 @@
 #include <QString>
 #include <QStringView>
 
-namespace kelmo
-{
+namespace kelmo {
 
 /// The program's one diagnostic log: standard output and "Library/Logs/KelmoEditor.log" in the home folder. Any thread
 /// may log; the file is written in the order of the calls by a thread of the log's own, which empties its queue before
 /// the process exits. Nothing here fails or throws: a line that can't be written is lost.
-namespace Log
-{
+namespace Log {
 
 /// Writes "<UTC time> [tag] message" as one line. The message is taken as it is, line feeds included.
 void line(QStringView tag, QStringView message);

@@ -4,11 +4,9 @@
 #include <QFile>
 #include <QFileInfo>
 
-namespace kelmo
-{
+namespace kelmo {
 
-namespace
-{
+namespace {
 
 void appendToFile(const QString& path, const QByteArray& line)
 {

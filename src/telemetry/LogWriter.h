@@ -8,13 +8,11 @@
 #include <mutex>
 #include <thread>
 
-namespace kelmo
-{
+namespace kelmo {
 
 /// Appends lines to files in the order in which they were handed over, on a thread of its own, which `close` or the
 /// destructor stops after the last waiting line. Owned by the log. Callable from any thread.
-class LogWriter
-{
+class LogWriter {
 public:
     LogWriter();
     ~LogWriter();

@@ -6,8 +6,7 @@
 
 using namespace kelmo;
 
-namespace
-{
+namespace {
 
 using Spans = std::vector<Span>;
 constexpr double forever = std::numeric_limits<double>::infinity();

@@ -9,14 +9,12 @@
 
 using namespace kelmo;
 
-namespace
-{
+namespace {
 
 constexpr double durationMs = 20'000;
 
 // Whole milliseconds, so that every sum below is exact; many seeds, so that ranges touch, nest and repeat.
-class RandomEdit
-{
+class RandomEdit {
 public:
     explicit RandomEdit(unsigned seed)
         : m_engine(seed)

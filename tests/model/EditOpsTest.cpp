@@ -7,8 +7,7 @@
 
 using namespace kelmo;
 
-namespace
-{
+namespace {
 
 using Spans = std::vector<Span>;
 using Words = std::vector<Word>;

@@ -8,8 +8,7 @@
 
 using namespace kelmo;
 
-namespace
-{
+namespace {
 
 constexpr char oneWord[] = R"({"words":[{"text":"a","startMs":100,"endMs":300}],"aligned":true})";
 

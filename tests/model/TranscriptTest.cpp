@@ -6,8 +6,7 @@
 
 using namespace kelmo;
 
-namespace
-{
+namespace {
 
 QByteArray wordsJson(const QByteArray& words) { return "{\"words\":[" + words + "]}"; }
 

@@ -10,8 +10,7 @@
 
 using namespace kelmo;
 
-class FakeFileManager : public QObject
-{
+class FakeFileManager : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.FileManager1")
 
@@ -22,12 +21,10 @@ public Q_SLOTS:
     void ShowItems(const QStringList& uris, const QString&) { shown = uris; }
 };
 
-namespace
-{
+namespace {
 
 /// Puts a script in front of the real opener; it writes down the folder it was asked to open.
-class FakeOpener
-{
+class FakeOpener {
 public:
     explicit FakeOpener(const TemporaryHome& home)
         : m_path(qgetenv("PATH"))

@@ -4,8 +4,7 @@
 
 #include <gtest/gtest.h>
 
-namespace kelmo
-{
+namespace kelmo {
 
 PrivateBus* PrivateBus::start()
 {

@@ -4,13 +4,11 @@
 #include <QProcess>
 #include <QString>
 
-namespace kelmo
-{
+namespace kelmo {
 
 /// A message bus of the tests' own, which the program under test takes for the session's and the system's. Started on
 /// first use and shared by all tests of the process, because the toolkit keeps its connections for good.
-class PrivateBus
-{
+class PrivateBus {
 public:
     /// Nothing when this machine has no message bus daemon.
     [[nodiscard]] static PrivateBus* start();

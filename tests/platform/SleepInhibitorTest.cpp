@@ -13,8 +13,7 @@
 
 using namespace kelmo;
 
-namespace
-{
+namespace {
 
 template <class Condition> bool eventually(Condition condition)
 {
@@ -36,8 +35,7 @@ void passTime(int ms)
 } // namespace
 
 /// Grants inhibitions as a desktop session does and remembers which are still held.
-class FakePowerManagement : public QObject
-{
+class FakePowerManagement : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.PowerManagement.Inhibit")
 
@@ -55,8 +53,7 @@ public Q_SLOTS:
     void UnInhibit(uint cookie) { held.removeAll(cookie); }
 };
 
-class FakeScreenSaver : public QObject
-{
+class FakeScreenSaver : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.ScreenSaver")
 
@@ -73,8 +70,7 @@ public Q_SLOTS:
 };
 
 /// Hands out one end of a pipe, as the login service does; the other end tells whether it is still held.
-class FakeLogin : public QObject
-{
+class FakeLogin : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.login1.Manager")
 
@@ -101,8 +97,7 @@ public Q_SLOTS:
     }
 };
 
-namespace
-{
+namespace {
 
 const QString powerService = QStringLiteral("org.freedesktop.PowerManagement.Inhibit");
 const QString powerPath = QStringLiteral("/org/freedesktop/PowerManagement/Inhibit");

@@ -6,8 +6,7 @@
 
 #include <gtest/gtest.h>
 
-namespace kelmo
-{
+namespace kelmo {
 
 TemporaryHome::TemporaryHome()
     : m_before(qgetenv("HOME"))

@@ -4,13 +4,11 @@
 #include <QString>
 #include <QTemporaryDir>
 
-namespace kelmo
-{
+namespace kelmo {
 
 /// Points HOME at a fresh empty folder for as long as it lives, so that a test neither sees nor leaves anything in the
 /// real home folder. Owned by the test; main thread only.
-class TemporaryHome
-{
+class TemporaryHome {
 public:
     TemporaryHome();
     ~TemporaryHome();

@@ -17,12 +17,10 @@
 
 using namespace kelmo;
 
-namespace
-{
+namespace {
 
 /// An HTTP server on loopback that keeps each request's head and body.
-class CaptureServer
-{
+class CaptureServer {
 public:
     CaptureServer()
     {
@@ -87,8 +85,7 @@ private:
     QTcpServer m_server;
 };
 
-class AnalyticsTest : public testing::Test
-{
+class AnalyticsTest : public testing::Test {
 protected:
     AnalyticsTest() { qunsetenv("KELMO_ANALYTICS"); }
     ~AnalyticsTest() override

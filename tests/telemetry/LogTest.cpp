@@ -13,8 +13,7 @@
 
 using namespace kelmo;
 
-namespace
-{
+namespace {
 
 const QString logFile = QStringLiteral("Library/Logs/KelmoEditor.log");
 constexpr int threads = 4;

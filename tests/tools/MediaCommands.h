@@ -8,8 +8,7 @@
 
 #include <vector>
 
-namespace kelmo::test
-{
+namespace kelmo::test {
 
 /// Standard output of a program, after checking that it succeeded.
 QByteArray outputOf(const QString& program, const QStringList& arguments);

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QProcessEnvironment>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+namespace kelmo {
+
+/// What the command line and the environment ask for. A plain value.
+struct CommandLine {
+    static constexpr quint16 defaultPort = 7799;
+
+    bool background = false; ///< Serve agents without a window, and open nothing.
+    bool muted = false;
+    bool help = false;
+    bool version = false;
+    std::optional<QString> take; ///< Any file of the take to open instead of the newest.
+    quint16 port = defaultPort; ///< Of the agent server.
+
+    /// Arguments are exact and case-sensitive; unknown ones, and a switch whose value is missing, are ignored.
+    [[nodiscard]] static CommandLine parse(const QStringList& arguments, const QProcessEnvironment& environment);
+
+    /// The argument that follows the first one equal to `name`.
+    [[nodiscard]] static std::optional<QString> arg(const QStringList& arguments, const QString& name);
+
+    [[nodiscard]] static QString helpText();
+};
+
+} // namespace kelmo

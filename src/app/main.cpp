@@ -1,0 +1,57 @@
+#include "app/AppDelegate.h"
+#include "app/CommandLine.h"
+#include "platform/MonotonicClock.h"
+#include "platform/QuitSignals.h"
+
+#include <QApplication>
+#include <QTimer>
+
+#include <cstdio>
+
+namespace {
+
+/// Without a display server the program still serves agents, with Qt drawing into memory.
+void choosePlatform(bool background)
+{
+    const bool hasDisplay = qEnvironmentVariableIsSet("DISPLAY") || qEnvironmentVariableIsSet("WAYLAND_DISPLAY");
+    if (qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        return;
+    if (!hasDisplay)
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    else if (background)
+        qputenv("QT_QPA_PLATFORM", "wayland;xcb;offscreen");
+}
+
+QStringList argumentsOf(int argc, char** argv)
+{
+    QStringList arguments;
+    for (int i = 1; i < argc; ++i)
+        arguments.append(QString::fromLocal8Bit(argv[i]));
+    return arguments;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const double launchMs = kelmo::MonotonicClock::nowMs();
+    const kelmo::CommandLine commandLine
+        = kelmo::CommandLine::parse(argumentsOf(argc, argv), QProcessEnvironment::systemEnvironment());
+    if (commandLine.help || commandLine.version) {
+        const QString text
+            = commandLine.help ? kelmo::CommandLine::helpText() : QStringLiteral("kelmo-editor " KELMO_VERSION "\n");
+        std::fputs(text.toLocal8Bit().constData(), stdout);
+        return 0;
+    }
+    choosePlatform(commandLine.background);
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("kelmo-editor"));
+    QApplication::setApplicationVersion(QStringLiteral(KELMO_VERSION));
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    const kelmo::QuitSignals quitSignals;
+    QObject::connect(&quitSignals, &kelmo::QuitSignals::received, &application, &QCoreApplication::quit);
+    kelmo::AppDelegate delegate(commandLine, launchMs);
+    QTimer::singleShot(0, &delegate, &kelmo::AppDelegate::launch);
+    return QApplication::exec();
+}
