@@ -82,9 +82,16 @@ TEST_F(TranscriptDocumentTest, jsonOfALongTranscriptCostsLittleMoreThanTheLibrar
         const TranscriptDocument document(m_editor);
         (void)ToolResult::text([&document] { return document.json(); })();
     });
+    // The same through the socket, from the request to the last byte in the client's hands.
+    serve();
+    const QByteArray call
+        = post(rpc(QStringLiteral("tools/call"), {{QStringLiteral("name"), QStringLiteral("get_transcript")}}));
+    const double served = msOf([&] { (void)exchange(call); });
+    RecordProperty("servedMs", std::to_string(served));
     RecordProperty("libraryMs", std::to_string(library));
     RecordProperty("oursMs", std::to_string(ours));
     RecordProperty("snapshotMs", std::to_string(snapshot));
     EXPECT_LT(ours, 1.5 * library);
+    EXPECT_LT(served, 1.5 * library);
     EXPECT_LT(snapshot, 10) << "this part keeps the window waiting";
 }
