@@ -10,6 +10,7 @@
 #include "model/EditOps.h"
 
 #include <QCoroTask>
+#include <QFuture>
 #include <QThreadPool>
 #include <QUndoStack>
 
@@ -134,7 +135,9 @@ private:
     // EditorExport.cpp
     [[nodiscard]] ExportSettings exportSettings(
         std::optional<Codec> codec, std::optional<int> height, std::optional<int> fps, const QString& engine) const;
+    [[nodiscard]] QFuture<Result<ExportReport>> startExport(const ExportSettings& settings, const QString& path);
     void setExportProgress(std::optional<double> progress);
+    void announceExport(const ExportSettings& settings, const ExportResult& result);
 
     const Sound m_sound;
     std::optional<Take> m_take;

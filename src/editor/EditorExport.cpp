@@ -94,6 +94,36 @@ void Editor::cancelExport()
         *m_exportCancelled = true;
 }
 
+QFuture<Result<ExportReport>> Editor::startExport(const ExportSettings& settings, const QString& path)
+{
+    m_exportCancelled = std::make_shared<std::atomic<bool>>(false);
+    const QPointer<Editor> self(this);
+    const auto progress = [self, reported = 0.0](double done) mutable {
+        if (done <= reported + leastProgress)
+            return;
+        reported = done;
+        // The guard is read on the main thread only, where the editor dies.
+        QMetaObject::invokeMethod(qApp, [self, done] {
+            if (self && self->m_exportProgress)
+                self->setExportProgress(done);
+        });
+    };
+    return QtConcurrent::run(&m_workers, [settings, path, progress, built = m_built, cancelled = m_exportCancelled] {
+        return Exporter::run(built, settings, path, progress, *cancelled);
+    });
+}
+
+void Editor::announceExport(const ExportSettings& settings, const ExportResult& result)
+{
+    logExport(settings, result);
+    setStatus(QStringLiteral("Exported ") % QFileInfo(result.path).fileName() % QStringLiteral(" in ")
+        % QString::number(result.elapsedMs / 1000, 'f', 1) % QStringLiteral(" s"));
+    Analytics::capture(QStringLiteral("export_done"),
+        {{QStringLiteral("codec"), traits(settings.codec).name},
+            {QStringLiteral("duration_s"), qint64(std::llround(result.durationMs / 1000))},
+            {QStringLiteral("elapsed_ms"), qint64(std::llround(result.elapsedMs))}});
+}
+
 QCoro::Task<Result<ExportResult>> Editor::exportVideo(
     std::optional<Codec> codec, std::optional<int> height, std::optional<int> fps, QString engine)
 {
@@ -112,23 +142,9 @@ QCoro::Task<Result<ExportResult>> Editor::exportVideo(
     setStatus(QStringLiteral("Exporting ") % traits(settings.codec).displayName % QStringLiteral("…"));
 
     const QPointer<Editor> self(this);
-    const std::shared_ptr<const Built> built = m_built;
-    m_exportCancelled = std::make_shared<std::atomic<bool>>(false);
-    const Result<ExportReport> report
-        = co_await QtConcurrent::run(&m_workers, [self, settings, path, built, cancelled = m_exportCancelled] {
-              double reported = 0;
-              const auto progress = [self, reported](double done) mutable {
-                  if (done <= reported + leastProgress)
-                      return;
-                  reported = done;
-                  // The guard is read on the main thread only, where the editor dies.
-                  QMetaObject::invokeMethod(qApp, [self, done] {
-                      if (self && self->m_exportProgress)
-                          self->setExportProgress(done);
-                  });
-              };
-              return Exporter::run(built, settings, path, progress, *cancelled);
-          });
+    const double durationMs = m_built->timeline.durationMs;
+    const QFuture<Result<ExportReport>> running = startExport(settings, path);
+    const Result<ExportReport> report = co_await running;
     if (!self)
         co_return editorFailure(1, QStringLiteral("No take open"));
 
@@ -138,23 +154,18 @@ QCoro::Task<Result<ExportResult>> Editor::exportVideo(
         setStatus(std::nullopt);
         co_return tl::unexpected(report.error());
     }
-    const ExportResult result{path, MonotonicClock::nowMs() - startedAt, built->timeline.durationMs};
+    const ExportResult result{path, MonotonicClock::nowMs() - startedAt, durationMs};
     logEncoder(*report);
-    logExport(settings, result);
-    setStatus(QStringLiteral("Exported ") % QFileInfo(path).fileName() % QStringLiteral(" in ")
-        % QString::number(result.elapsedMs / 1000, 'f', 1) % QStringLiteral(" s"));
-    Analytics::capture(QStringLiteral("export_done"),
-        {{QStringLiteral("codec"), traits(settings.codec).name},
-            {QStringLiteral("duration_s"), qint64(std::llround(result.durationMs / 1000))},
-            {QStringLiteral("elapsed_ms"), qint64(std::llround(result.elapsedMs))}});
+    announceExport(settings, result);
     co_return result;
 }
 
 QCoro::Task<void> Editor::exportFromUI()
 {
     const QPointer<Editor> self(this);
-    const Result<ExportResult> result
-        = co_await exportVideo(std::nullopt, std::nullopt, std::nullopt, QStringLiteral("writer"));
+    QCoro::Task<Result<ExportResult>> exporting
+        = exportVideo(std::nullopt, std::nullopt, std::nullopt, QStringLiteral("writer"));
+    const Result<ExportResult> result = co_await exporting;
     if (!self)
         co_return;
     if (result) {
@@ -170,8 +181,9 @@ QCoro::Task<Result<QByteArray>> Editor::frame(double atEditedMs, double maxWidth
     if (!m_built)
         co_return editorFailure(1, QStringLiteral("No take open"));
     const std::shared_ptr<const Built> built = m_built;
-    co_return co_await QtConcurrent::run(
+    const QFuture<Result<QByteArray>> grabbing = QtConcurrent::run(
         &m_workers, [built, atEditedMs, maxWidth] { return FrameGrab::png(*built, atEditedMs, maxWidth); });
+    co_return co_await grabbing;
 }
 
 } // namespace kelmo

@@ -105,8 +105,10 @@ QCoro::Task<void> Editor::loadMedia(Take take, double startedAt)
 {
     const QPointer<Editor> self(this);
     const int generation = m_openGeneration;
-    const Result<std::shared_ptr<const LoadedTake>> loaded
-        = co_await QtConcurrent::run(&m_workers, [take] { return LoadedTake::load(take); });
+    // The future has a name of its own: GCC 12 destroys the temporaries of a co_await expression twice.
+    const QFuture<Result<std::shared_ptr<const LoadedTake>>> loading
+        = QtConcurrent::run(&m_workers, [take] { return LoadedTake::load(take); });
+    const Result<std::shared_ptr<const LoadedTake>> loaded = co_await loading;
     if (!self || m_openGeneration != generation)
         co_return;
     if (!loaded) {
