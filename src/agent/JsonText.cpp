@@ -4,6 +4,8 @@
 #include <QJsonDocument>
 #include <QLocale>
 
+#include <charconv>
+
 namespace kelmo {
 
 namespace {
@@ -68,13 +70,22 @@ void JsonText::appendString(QByteArray& json, const QString& text)
 
 void JsonText::appendNumber(QByteArray& json, double value)
 {
-    constexpr double wholeUpTo = 9007199254740992.0;
-    if (!std::isfinite(value))
+    // In this range the standard library writes what Qt writes, several times as fast. Beyond it the two choose
+    // differently between plain digits and an exponent.
+    constexpr double plainFrom = 1e-4;
+    constexpr double plainUpTo = 9007199254740992.0;
+    const double size = std::abs(value);
+    if (!std::isfinite(value)) {
         json += "null";
-    else if (value == std::trunc(value) && std::abs(value) <= wholeUpTo)
-        json += QByteArray::number(static_cast<qint64>(value));
-    else
+    } else if (size == 0 || (size >= plainFrom && size <= plainUpTo)) {
+        std::array<char, 32> digits;
+        // Zero may have a sign, which JSON's readers would see and Qt's writer drops.
+        const auto written
+            = std::to_chars(digits.begin(), digits.end(), size == 0 ? 0 : value, std::chars_format::fixed);
+        json.append(digits.data(), written.ptr - digits.data());
+    } else {
         json += QByteArray::number(value, 'g', QLocale::FloatingPointShortest);
+    }
 }
 
 QByteArray JsonText::quoted(const QByteArray& text)

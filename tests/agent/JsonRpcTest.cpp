@@ -95,6 +95,7 @@ TEST(JsonText, appendNumberWritesWhatTheLibraryWrites)
         memcpy(&number, &bits, sizeof number);
         numbers.push_back(number);
         numbers.push_back(double(bits % 100'000'000) / 1000);
+        numbers.push_back(double(bits) * std::pow(10, double(i % 25) - 25));
     }
     for (const double number : numbers) {
         QByteArray json;
