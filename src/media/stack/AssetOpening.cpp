@@ -17,6 +17,12 @@ namespace {
 
 constexpr int ioBufferSize = 64 << 10;
 constexpr size_t mostSamples = 200'000'000;
+/// Ticks beyond this only come from damaged tables; sums of a few of them must not overflow.
+constexpr int64_t mostTicks = INT64_MAX / 8;
+/// Nobody records for six weeks, and everything that steps through an edit would step for ever.
+constexpr MediaTime longestMovie{1000LL * 3600 * 1'000'000};
+constexpr int leastSampleRate = 1000;
+constexpr int mostSampleRate = 768'000;
 
 /// A file as libav reads it while the tables are built. Once `skipMediaData` is set, bytes inside `mdat` bodies are not
 /// read from disk: the demuxer needs to step over them, and nobody looks at what they hold.
@@ -153,9 +159,10 @@ void describeVideo(const AVStream& stream, Track& track)
     const AVCodecParameters& parameters = *stream.codecpar;
     AVRational aspect
         = stream.sample_aspect_ratio.num > 0 ? stream.sample_aspect_ratio : parameters.sample_aspect_ratio;
-    if (aspect.num <= 0 || aspect.den <= 0 || aspect.num > 100 * int64_t(aspect.den))
+    if (aspect.num <= 0 || aspect.den <= 0 || aspect.num > 100 * int64_t(aspect.den)
+        || aspect.den > 100 * int64_t(aspect.num))
         aspect = {1, 1};
-    track.naturalWidth = int(scaled(parameters.width, aspect.num, aspect.den));
+    track.naturalWidth = std::max(1, int(scaled(parameters.width, aspect.num, aspect.den)));
     track.naturalHeight = parameters.height;
     track.quarterTurns = quarterTurnsOf(stream);
     track.color = {parameters.color_primaries, parameters.color_trc, parameters.color_space,
@@ -178,8 +185,8 @@ std::vector<EditSegment> editSegments(const MovBoxes& boxes, int trackId, Ratio 
         const int64_t start = scaled(movieTime, timeBase.den, boxes.movieTimescale * timeBase.num);
         movieTime += edit.duration;
         const int64_t end = scaled(movieTime, timeBase.den, boxes.movieTimescale * timeBase.num);
-        if (edit.mediaTime >= 0)
-            segments.push_back({edit.mediaTime, start, edit.duration > 0 ? end - start : INT64_MAX / 4});
+        if (edit.mediaTime >= 0 && edit.mediaTime <= mostTicks)
+            segments.push_back({edit.mediaTime, start, edit.duration > 0 ? end - start : mostTicks});
     }
     return segments;
 }
@@ -188,6 +195,8 @@ struct StreamSamples {
     std::vector<Sample> samples;
     int64_t lastDuration = 0;
 };
+
+bool isSane(int64_t ticks) { return ticks >= -mostTicks && ticks <= mostTicks; }
 
 /// Steps through the whole file and notes every sample of the wanted streams.
 Result<std::vector<StreamSamples>> listSamples(
@@ -201,7 +210,7 @@ Result<std::vector<StreamSamples>> listSamples(
         const int64_t pts = packet->pts != AV_NOPTS_VALUE ? packet->pts : dts;
         const bool whole = packet->pos < 0 || packet->pos + packet->size <= fileSize;
         const size_t stream = size_t(packet->stream_index);
-        if (stream < streams.size() && wanted.count(packet->stream_index) && pts != AV_NOPTS_VALUE && whole) {
+        if (stream < streams.size() && wanted.count(packet->stream_index) && isSane(pts) && isSane(dts) && whole) {
             streams[stream].samples.push_back(
                 {pts, dts, packet->pos, packet->size, (packet->flags & AV_PKT_FLAG_KEY) != 0});
             streams[stream].lastDuration = packet->duration;
@@ -218,7 +227,9 @@ Result<std::vector<StreamSamples>> listSamples(
 /// the media as a whole is exact, and so is the last decoding time.
 int64_t lastDurationOf(const AVStream& stream, const StreamSamples& listed, bool isMov)
 {
-    if (!isMov || stream.duration <= 0 || listed.samples.empty())
+    // In a file that was cut off, the length also counts what is missing.
+    const bool complete = int(listed.samples.size()) >= avformat_index_get_entries_count(&stream);
+    if (!isMov || !complete || !isSane(stream.duration) || stream.duration <= 0 || listed.samples.empty())
         return listed.lastDuration;
     const int64_t rest = stream.duration - (listed.samples.back().dts - listed.samples.front().dts);
     return rest > 0 && rest < 60 * int64_t(stream.time_base.den) ? rest : listed.lastDuration;
@@ -231,7 +242,8 @@ bool isUsable(const AVStream& stream)
         return false;
     if (parameters.codec_type == AVMEDIA_TYPE_VIDEO)
         return parameters.width > 0 && parameters.height > 0;
-    return parameters.codec_type == AVMEDIA_TYPE_AUDIO && parameters.sample_rate > 0;
+    return parameters.codec_type == AVMEDIA_TYPE_AUDIO && parameters.sample_rate >= leastSampleRate
+        && parameters.sample_rate <= mostSampleRate;
 }
 
 Track describedTrack(const AVStream& stream, StreamSamples listed, const MovBoxes& boxes, bool isMov)
@@ -305,6 +317,8 @@ Result<AssetTables> readTables(const QString& path)
     for (const int stream : wanted) {
         Track track
             = describedTrack(*format.streams[stream], std::move((*listed)[size_t(stream)]), io.boxes(), tables.isMov);
+        if (track.range.end() > longestMovie || track.range.start < MediaTime{-longestMovie.us})
+            return tl::unexpected(openError(path, QStringLiteral("its times make no sense")));
         if (!track.index.isEmpty())
             tables.tracks.push_back(std::move(track));
     }

@@ -9,12 +9,19 @@ namespace {
 
 __extension__ typedef __int128 Wide;
 
+/// Only damaged tables come to numbers beyond the limit. Held there, they can still be added and compared.
+int64_t limited(Wide value)
+{
+    constexpr Wide limit = INT64_MAX / 8;
+    return int64_t(std::clamp(value, -limit, limit));
+}
+
 int64_t floorDivided(Wide value, Wide divisor)
 {
     Wide quotient = value / divisor;
     if (value % divisor != 0 && (value < 0) != (divisor < 0))
         --quotient;
-    return int64_t(quotient);
+    return limited(quotient);
 }
 
 } // namespace
@@ -60,7 +67,7 @@ int64_t scaled(int64_t value, int64_t num, int64_t den)
 {
     const Wide product = Wide(value) * num;
     const Wide half = den / 2;
-    return int64_t((product < 0 ? product - half : product + half) / den);
+    return limited((product < 0 ? product - half : product + half) / den);
 }
 
 } // namespace kelmo

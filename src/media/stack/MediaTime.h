@@ -69,7 +69,8 @@ struct ExactTime {
 /// `ticks` of `timeBase` as microseconds, to the nearest.
 [[nodiscard]] MediaTime fromTicks(int64_t ticks, Ratio timeBase);
 
-/// value * num / den to the nearest integer, halves away from zero, without overflow on the way. Requires den > 0.
+/// value * num / den to the nearest integer, halves away from zero, without overflow on the way: what does not fit is
+/// held at INT64_MAX / 8, so that a few of them still add up. Requires den > 0.
 [[nodiscard]] int64_t scaled(int64_t value, int64_t num, int64_t den);
 
 } // namespace kelmo

@@ -64,7 +64,7 @@ void SampleIndex::present(int64_t lastDuration)
     const int64_t last = m_samples[size_t(order.back())].pts;
     if (lastDuration <= 0)
         lastDuration = order.size() > 1 ? std::max<int64_t>(1, (last - first) / int64_t(order.size() - 1)) : 1;
-    const int64_t mediaEnd = last + lastDuration;
+    const int64_t mediaEnd = last + std::min(lastDuration, INT64_MAX / 8);
     if (m_edits.empty())
         m_edits.push_back({first, first, mediaEnd - first});
 

@@ -30,7 +30,11 @@ TEST(MediaTime, scaledHalvesGoAwayFromZero)
 {
     EXPECT_EQ(scaled(1, 1, 2), 1);
     EXPECT_EQ(scaled(-1, 1, 2), -1);
-    EXPECT_EQ(scaled(INT64_MAX / 2, 4, 4), INT64_MAX / 2);
+    EXPECT_EQ(scaled(INT64_MAX / 10, 400, 400), INT64_MAX / 10);
+    // What a damaged table claims is held where sums still fit.
+    EXPECT_EQ(scaled(INT64_MAX, INT64_MAX, 1), INT64_MAX / 8);
+    EXPECT_EQ(scaled(INT64_MIN, INT64_MAX, 1), -(INT64_MAX / 8));
+    EXPECT_EQ(ExactTime({INT64_MIN, 1}).ticksFloor({1, 1000}), -(INT64_MAX / 8));
     EXPECT_EQ(fromTicks(1001, {1, 30000}).us, 33367);
 }
 
