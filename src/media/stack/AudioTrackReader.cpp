@@ -121,15 +121,20 @@ Result<void> AudioTrackReader::decodeNext()
 void AudioTrackReader::append(const AVFrame& frame)
 {
     AVChannelLayout to = layoutOf(m_channels);
-    if (!m_folder) {
+    // A stream may change its layout on the way, and a damaged one its form.
+    const FrameForm form{frame.format, frame.sample_rate, frame.ch_layout.nb_channels};
+    if (!m_folder || form != m_form) {
+        m_form = form;
         SwrContext* folder = nullptr;
         AVChannelLayout from = frame.ch_layout.order == AV_CHANNEL_ORDER_UNSPEC ? layoutOf(frame.ch_layout.nb_channels)
                                                                                 : frame.ch_layout;
         swr_alloc_set_opts2(&folder, &to, AV_SAMPLE_FMT_FLT, m_inputRate, &from, AVSampleFormat(frame.format),
             frame.sample_rate, 0, nullptr);
-        m_folder.reset(folder);
-        if (!folder || swr_init(folder) < 0)
+        m_folder.reset(folder && swr_init(folder) >= 0 ? folder : nullptr);
+        if (!m_folder) {
+            swr_free(&folder);
             return;
+        }
     }
     const int64_t position = inputPosition(frame.pts);
     if (position + frame.nb_samples <= m_dropBefore)

@@ -50,6 +50,13 @@ private:
     const Track& m_track;
     std::unique_ptr<PacketReader> m_reader;
     std::unique_ptr<AVCodecContext, void (*)(AVCodecContext*)> m_codec;
+    struct FrameForm {
+        int format = -1;
+        int rate = 0;
+        int channels = 0;
+        bool operator==(const FrameForm&) const = default;
+    };
+    FrameForm m_form; ///< Of the frames that m_folder takes.
     std::unique_ptr<SwrContext, void (*)(SwrContext*)> m_folder; ///< To packed floats of one or two channels.
     std::unique_ptr<SwrContext, void (*)(SwrContext*)> m_resampler; ///< None when the track is at 48 kHz already.
     int m_inputRate;
