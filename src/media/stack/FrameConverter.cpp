@@ -55,7 +55,7 @@ VideoFrame FrameConverter::convert(const VideoFrame& frame)
     const bool planar = plainFormat(frame.av()->format) == AV_PIX_FMT_YUV420P;
     const bool sized = frame.width() == m_width && frame.height() == m_height;
     const bool colored = from.matrix == to.matrix && from.fullRange == to.fullRange;
-    VideoFrame result = planar && sized && colored ? frame : scale(frame, from, to);
+    VideoFrame result = planar && sized && colored ? frame.tagged(to) : scale(frame, from, to);
     return result && m_quarterTurns ? turn(result) : result;
 }
 

@@ -64,6 +64,18 @@ VideoFrame VideoFrame::cropped(int width, int height) const
     return VideoFrame(smaller);
 }
 
+VideoFrame VideoFrame::tagged(ColorTags color) const
+{
+    if (color == this->color())
+        return *this;
+    AVFrame* same = av_frame_clone(m_frame.get());
+    if (!same)
+        return {};
+    VideoFrame frame(same);
+    frame.setColor(color);
+    return frame;
+}
+
 uint8_t* VideoFrame::writablePlane(int index) { return m_frame->data[index]; }
 
 void VideoFrame::setColor(ColorTags color)

@@ -41,6 +41,9 @@ public:
     /// The same picture without the last columns and rows, sharing its memory. Requires sizes not above its own.
     [[nodiscard]] VideoFrame cropped(int width, int height) const;
 
+    /// The same picture with these colours written on it, sharing its memory.
+    [[nodiscard]] VideoFrame tagged(ColorTags color) const;
+
     /// For whoever has just taken the picture from a pool and not shared it yet.
     [[nodiscard]] uint8_t* writablePlane(int index);
     [[nodiscard]] AVFrame* writable() { return m_frame.get(); }
