@@ -230,10 +230,9 @@ void ExportRun::fail(const Error& error)
 void ExportRun::stop()
 {
     m_stopped = true;
+    // The sound is let go by run(), which alone knows whether there is a file yet.
     m_screen.close();
     m_camera.close();
-    if (m_writer)
-        m_writer->endVideo();
 }
 
 } // namespace kelmo
