@@ -67,16 +67,17 @@ TimeRange heldRange(const LoadedTake& loaded)
 
 std::vector<VolumeRamp> CompositionBuilder::joinRamps(const std::vector<Span>& keep)
 {
+    // Positions add up exactly as the pieces' own do: a ramp that ended a sample before its join would click.
     std::vector<VolumeRamp> ramps;
-    double position = 0;
+    MediaTime position;
     for (size_t i = 0; i < keep.size(); ++i) {
         const double length = std::max(0.0, keep[i].end - keep[i].start);
-        const double fade = std::min(length * largestFadeShare, longestFadeMs);
+        const MediaTime fade = MediaTime::fromMs(std::min(length * largestFadeShare, longestFadeMs));
         if (i > 0)
-            ramps.push_back({rangeOf(position, position + fade), 0, 1});
-        position += length;
+            ramps.push_back({{position, fade}, 0, 1});
+        position += rangeOf(keep[i].start, keep[i].end).duration;
         if (i + 1 < keep.size())
-            ramps.push_back({rangeOf(position - fade, position), 1, 0});
+            ramps.push_back({{position - fade, fade}, 1, 0});
     }
     return ramps;
 }
