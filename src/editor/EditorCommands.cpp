@@ -21,6 +21,15 @@ void restore(Cuts& cuts, Span range)
     cuts.subtract(range);
 }
 
+/// Those of the indices that are of words there are.
+std::vector<int> known(const std::vector<int>& indices, size_t words)
+{
+    std::vector<int> found;
+    std::copy_if(indices.begin(), indices.end(), std::back_inserter(found),
+        [&](int index) { return index >= 0 && size_t(index) < words; });
+    return found;
+}
+
 QString counted(int number, const QString& noun)
 {
     return QString::number(number) % QStringLiteral(" ") % noun % (number == 1 ? QString() : QStringLiteral("s"));
@@ -65,12 +74,13 @@ void Editor::recount()
 
 void Editor::toggleWords(const std::vector<int>& indices)
 {
-    if (indices.empty())
+    const std::vector<int> toggled = known(indices, m_words.size());
+    if (toggled.empty())
         return;
-    const bool allCut = std::all_of(indices.begin(), indices.end(),
+    const bool allCut = std::all_of(toggled.begin(), toggled.end(),
         [&](int index) { return EditOps::isCut(m_words[size_t(index)], m_cuts.effective); });
     Cuts cuts = m_cuts;
-    for (const Span span : wordSpans(indices)) {
+    for (const Span span : wordSpans(toggled)) {
         if (allCut)
             restore(cuts, span);
         else
@@ -81,12 +91,11 @@ void Editor::toggleWords(const std::vector<int>& indices)
 
 std::vector<Span> Editor::wordSpans(const std::vector<int>& indices) const
 {
-    std::vector<int> known;
-    std::copy_if(indices.begin(), indices.end(), std::back_inserter(known),
-        [&](int index) { return index >= 0 && index < int(m_words.size()); });
+    // Words can be cut before the media is loaded, when nobody knows yet how long the take is.
+    const std::optional<double> duration = m_sourceDurationMs > 0 ? std::optional(m_sourceDurationMs) : std::nullopt;
     std::vector<Span> spans;
-    for (const EditOps::IndexRange run : EditOps::runs(known))
-        spans.push_back(EditOps::span(m_words, run.lo, run.hi, m_sourceDurationMs));
+    for (const EditOps::IndexRange run : EditOps::runs(known(indices, m_words.size())))
+        spans.push_back(EditOps::span(m_words, run.lo, run.hi, duration));
     return spans;
 }
 
