@@ -60,6 +60,8 @@ void TranscriptWatch::look()
         const Result<Take> take = reading->result();
         if (take)
             receive(*take);
+        else
+            m_seen = {}; // Some other file of the take is being replaced: the next round looks again.
     });
     reading->setFuture(QtConcurrent::run(
         &m_workers, [dir = m_take.dir, base = m_take.base]() -> Result<Take> { return Take::load(dir, base); }));
