@@ -130,7 +130,10 @@ private:
     void startWatch(TranscriptWatch::For what, const Take& take);
     void adoptWords(const Take& take, double waitedMs);
     void applyAligned(const Take& take, double waitedMs);
-    [[nodiscard]] bool shows(const Take& take) const { return m_take && m_take->base == take.base; }
+    [[nodiscard]] bool shows(const Take& take) const
+    {
+        return m_take && m_take->base == take.base && m_take->dir == take.dir;
+    }
 
     // EditorExport.cpp
     [[nodiscard]] ExportSettings exportSettings(

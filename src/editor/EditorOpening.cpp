@@ -11,20 +11,20 @@ namespace kelmo {
 namespace {
 
 /// A recorder aligns fresh transcripts by itself; it is asked only for older ones.
-constexpr qint64 freshTranscriptSeconds = 15;
+constexpr qint64 freshTranscriptMs = 15'000;
 /// A recording this long finished will not get a transcript any more.
-constexpr qint64 freshRecordingSeconds = 180;
+constexpr qint64 freshRecordingMs = 180'000;
 
 QString ms(double value) { return QString::number(value, 'f', 0) % QStringLiteral(" ms"); }
 
 QString yesNo(bool value) { return value ? QStringLiteral("true") : QStringLiteral("false"); }
 
-qint64 ageInSeconds(const QString& path)
+qint64 ageInMs(const QString& path)
 {
     const QFileInfo file(path);
     if (!file.exists())
         return std::numeric_limits<qint64>::max();
-    return file.lastModified().secsTo(QDateTime::currentDateTime());
+    return file.lastModified().msecsTo(QDateTime::currentDateTime());
 }
 
 QString offset(double value) { return QString::number(value, 'f', value == std::floor(value) ? 1 : -1); }
@@ -165,7 +165,7 @@ void Editor::watchAlignment(const Take& take)
     }
     if (take.aligned)
         return;
-    if (ageInSeconds(TranscriptWatch::transcriptPath(take)) > freshTranscriptSeconds)
+    if (ageInMs(TranscriptWatch::transcriptPath(take)) > freshTranscriptMs)
         m_recorder.requestAlign(take.base);
     startWatch(TranscriptWatch::For::Alignment, take);
 }
@@ -174,7 +174,7 @@ void Editor::watchForWords(const Take& take)
 {
     const QString sync = take.dir.toLocalFile() % QStringLiteral("/") % take.base % QStringLiteral("_sync.json");
     // A transcript that is there and holds no words is simply empty.
-    if (QFileInfo::exists(TranscriptWatch::transcriptPath(take)) || ageInSeconds(sync) >= freshRecordingSeconds)
+    if (QFileInfo::exists(TranscriptWatch::transcriptPath(take)) || ageInMs(sync) >= freshRecordingMs)
         return;
     m_awaitingWords = true;
     ++m_takeRevision;
