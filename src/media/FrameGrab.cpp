@@ -2,18 +2,11 @@
 
 #include "media/FaceCompositor.h"
 #include "media/stack/FrameConverter.h"
-
-#include <QBuffer>
-#include <QColorSpace>
-#include <QImage>
-#include <QImageWriter>
+#include "media/stack/PngWriter.h"
 
 namespace kelmo {
 
 namespace {
-
-/// Of zlib's strengths, the one past which a screen picture takes several times as long to shrink by another tenth.
-constexpr int pngQuality = 80;
 
 ExactTime clampedTime(const Built& built, double editedMs)
 {
@@ -76,19 +69,11 @@ Result<QByteArray> FrameGrab::png(const Built& built, double editedMs, double ma
         return tl::unexpected(frame.error());
     if (!*frame)
         return failure(QStringLiteral("Editor"), 2);
-    const double scale
-        = std::min({1.0, std::max(1.0, maxWidth) / frame->width(), std::max(1.0, maxWidth) / frame->height()});
-    QImage image(std::max(1, qRound(frame->width() * scale)), std::max(1, qRound(frame->height() * scale)),
-        QImage::Format_RGB32);
-    if (image.isNull()
-        || !toRgb32(*frame, image.bits(), int(image.bytesPerLine()), image.width(), image.height(), Scaling::Fine))
-        return failure(QStringLiteral("Editor"), 2);
-    image.setColorSpace(QColorSpace(QColorSpace::SRgb));
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    QImageWriter writer(&buffer, "png");
-    writer.setQuality(pngQuality);
-    if (!writer.write(image))
+    const double limit = std::max(1.0, maxWidth);
+    const double scale = std::min({1.0, limit / frame->width(), limit / frame->height()});
+    const auto scaledTo = [&](int pixels) { return std::max(1, int(std::round(pixels * scale))); };
+    Result<QByteArray> bytes = pngOf(*frame, scaledTo(frame->width()), scaledTo(frame->height()));
+    if (!bytes)
         return failure(QStringLiteral("Editor"), 2);
     return bytes;
 }

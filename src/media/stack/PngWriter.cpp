@@ -1,0 +1,83 @@
+#include "media/stack/PngWriter.h"
+
+#include "media/stack/PixelColors.h"
+
+extern "C" {
+#include <libavutil/opt.h>
+}
+
+#include <thread>
+
+namespace kelmo {
+
+namespace {
+
+const QString operation = QStringLiteral("Can’t make");
+const QString subject = QStringLiteral("a PNG picture");
+
+/// A scaler that shares the rows among the cores; at full accuracy one core takes longer than decoding does.
+AvHandle<SwsContext> rgbScaler(const VideoFrame& frame, int width, int height)
+{
+    AvHandle<SwsContext> scaler(sws_alloc_context());
+    if (!scaler)
+        return nullptr;
+    const auto set = [&](const char* option, int64_t value) { av_opt_set_int(scaler.get(), option, value, 0); };
+    set("srcw", frame.width());
+    set("srch", frame.height());
+    set("src_format", plainFormat(frame.av()->format));
+    set("dstw", width);
+    set("dsth", height);
+    set("dst_format", AV_PIX_FMT_RGB24);
+    set("sws_flags", SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP);
+    set("threads", std::max(1U, std::thread::hardware_concurrency()));
+    if (sws_init_context(scaler.get(), nullptr, nullptr) < 0)
+        return nullptr;
+    setScalerColors(scaler.get(), frame.color().completed(frame.height()), false, {1, 13, 1, true}, true);
+    return scaler;
+}
+
+AvHandle<AVFrame> asRgb(const VideoFrame& frame, int width, int height)
+{
+    const AvHandle<SwsContext> scaler = rgbScaler(frame, width, height);
+    AvHandle<AVFrame> rgb = makeAvFrame();
+    AvHandle<AVFrame> source(av_frame_clone(frame.av()));
+    if (!scaler || !rgb || !source)
+        return nullptr;
+    source->format = plainFormat(source->format);
+    rgb->format = AV_PIX_FMT_RGB24;
+    rgb->width = width;
+    rgb->height = height;
+    if (sws_scale_frame(scaler.get(), rgb.get(), source.get()) < 0)
+        return nullptr;
+    rgb->color_primaries = AVCOL_PRI_BT709;
+    rgb->color_trc = AVCOL_TRC_IEC61966_2_1;
+    return rgb;
+}
+
+} // namespace
+
+Result<QByteArray> pngOf(const VideoFrame& frame, int width, int height)
+{
+    const AvHandle<AVFrame> rgb = asRgb(frame, width, height);
+    const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_PNG);
+    const AvHandle<AVCodecContext> context(codec && rgb ? avcodec_alloc_context3(codec) : nullptr);
+    if (!context)
+        return avFailure(AVERROR(ENOMEM), operation, subject);
+    context->width = width;
+    context->height = height;
+    context->pix_fmt = AV_PIX_FMT_RGB24;
+    context->time_base = {1, 1};
+    // Screens pack well at any strength, and the reader waits.
+    context->compression_level = 1;
+    int code = avcodec_open2(context.get(), codec, nullptr);
+    if (code >= 0)
+        code = avcodec_send_frame(context.get(), rgb.get());
+    const AvHandle<AVPacket> packet = makeAvPacket();
+    if (code >= 0)
+        code = avcodec_receive_packet(context.get(), packet.get());
+    if (code < 0)
+        return avFailure(code, operation, subject);
+    return QByteArray(reinterpret_cast<const char*>(packet->data), packet->size);
+}
+
+} // namespace kelmo
