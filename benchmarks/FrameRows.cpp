@@ -38,9 +38,17 @@ Outcome frameGrab()
                     text("-i"), loaded->take.screenURL.toLocalFile(), text("-frames:v"), text("1"),
                     BenchTake::outputPath(text("frame.png"))});
         });
+    std::vector<double> pictureSeconds;
+    for (int i = 0; i < rounds; ++i) {
+        const double at = randomMs(ourTimes);
+        pictureSeconds.push_back(wallSeconds([&] { (void)FrameGrab::picture(*built, at); }));
+    }
     const double times = seconds.peer / seconds.ours;
     return {times, text("times faster"), text("3 or more"), times >= 3,
-        QStringLiteral("%1 ms against %2 ms").arg(seconds.ours * 1e3, 0, 'f', 1).arg(seconds.peer * 1e3, 0, 'f', 1)};
+        QStringLiteral("%1 ms, of which the picture %2 ms, against %3 ms")
+            .arg(seconds.ours * 1e3, 0, 'f', 1)
+            .arg(median(pictureSeconds) * 1e3, 0, 'f', 1)
+            .arg(seconds.peer * 1e3, 0, 'f', 1)};
 }
 
 } // namespace
