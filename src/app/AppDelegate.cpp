@@ -3,6 +3,8 @@
 #include "platform/MonotonicClock.h"
 #include "telemetry/Log.h"
 
+#include <QGuiApplication>
+
 namespace kelmo {
 
 AppDelegate::AppDelegate(CommandLine commandLine, double launchMs)
@@ -15,6 +17,7 @@ void AppDelegate::launch()
 {
     m_editor = std::make_unique<Editor>(m_commandLine.muted ? Editor::Sound::Muted : Editor::Sound::On);
     if (!m_commandLine.background) {
+        showWindow();
         if (m_commandLine.take)
             m_editor->open(*m_commandLine.take);
         else
@@ -25,6 +28,15 @@ void AppDelegate::launch()
     Log::line(u"timing",
         QStringLiteral("launch → window up: ") % QString::number(MonotonicClock::nowMs() - m_launchMs, 'f', 0)
             % QStringLiteral(" ms"));
+}
+
+void AppDelegate::showWindow()
+{
+    if (QGuiApplication::platformName() == QStringLiteral("offscreen"))
+        return;
+    m_window = std::make_unique<PlainWindow>(*m_editor);
+    m_editor->onOpen = [this] { m_window->reveal(); };
+    m_window->reveal();
 }
 
 } // namespace kelmo

@@ -2,6 +2,7 @@
 
 #include "agent/MCPServer.h"
 #include "app/CommandLine.h"
+#include "app/PlainWindow.h"
 #include "editor/Editor.h"
 
 namespace kelmo {
@@ -19,9 +20,12 @@ public:
     void launch();
 
 private:
+    void showWindow();
+
     const CommandLine m_commandLine;
     const double m_launchMs;
     std::unique_ptr<Editor> m_editor;
+    std::unique_ptr<PlainWindow> m_window; ///< None in the background, or without a display.
     std::unique_ptr<MCPServer> m_mcp; ///< After the editor, which it uses.
 };
 

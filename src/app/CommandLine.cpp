@@ -25,6 +25,8 @@ CommandLine CommandLine::parse(const QStringList& arguments, const QProcessEnvir
     line.help = arguments.contains(QStringLiteral("--help"));
     line.version = arguments.contains(QStringLiteral("--version"));
     line.take = arg(arguments, QStringLiteral("--take"));
+    line.benchPlay = arg(arguments, QStringLiteral("--bench-play"));
+    line.benchPreview = arg(arguments, QStringLiteral("--bench-preview"));
     const std::optional<quint16> given = portFrom(arg(arguments, QStringLiteral("--port")));
     const std::optional<quint16> fromEnvironment = portFrom(environment.value(QStringLiteral("KELMO_EDITOR_PORT")));
     line.port = given.value_or(fromEnvironment.value_or(defaultPort));
@@ -48,6 +50,9 @@ QString CommandLine::helpText()
         "  --background    serve agents without a window; needs no display\n"
         "  --port N        port of the agent server on 127.0.0.1 (else KELMO_EDITOR_PORT, else 7799)\n"
         "  --muted         no sound\n"
+        "  --bench-play PATH, --bench-preview PATH\n"
+        "                  measure playing, or preview pictures, on a take; print JSON and exit\n"
+        "                  (--prewarm, --preroll, --swap-at MS, --native)\n"
         "  --version       print the version\n"
         "  --help          print this\n");
 }

@@ -17,6 +17,8 @@ struct CommandLine {
     bool help = false;
     bool version = false;
     std::optional<QString> take; ///< Any file of the take to open instead of the newest.
+    std::optional<QString> benchPlay; ///< The take to measure playing on, instead of everything else.
+    std::optional<QString> benchPreview; ///< The take to measure preview pictures on.
     quint16 port = defaultPort; ///< Of the agent server.
 
     /// Arguments are exact and case-sensitive; unknown ones, and a switch whose value is missing, are ignored.

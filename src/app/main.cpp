@@ -1,5 +1,6 @@
 #include "app/AppDelegate.h"
 #include "app/CommandLine.h"
+#include "diagnostics/Bench.h"
 #include "platform/MonotonicClock.h"
 #include "platform/QuitSignals.h"
 
@@ -30,6 +31,17 @@ QStringList argumentsOf(int argc, char** argv)
     return arguments;
 }
 
+/// Runs one of the measurements and ends the program.
+QCoro::Task<void> measure(kelmo::CommandLine commandLine)
+{
+    const QStringList arguments = QCoreApplication::arguments();
+    if (commandLine.benchPlay)
+        co_await kelmo::Bench::play(*commandLine.benchPlay, arguments);
+    else
+        co_await kelmo::Bench::preview(*commandLine.benchPreview, arguments);
+    QCoreApplication::exit(0);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -51,6 +63,10 @@ int main(int argc, char** argv)
 
     const kelmo::QuitSignals quitSignals;
     QObject::connect(&quitSignals, &kelmo::QuitSignals::received, &application, &QCoreApplication::quit);
+    if (commandLine.benchPlay || commandLine.benchPreview) {
+        QTimer::singleShot(0, &application, [&commandLine] { measure(commandLine); });
+        return QApplication::exec();
+    }
     kelmo::AppDelegate delegate(commandLine, launchMs);
     QTimer::singleShot(0, &delegate, &kelmo::AppDelegate::launch);
     return QApplication::exec();

@@ -6,7 +6,6 @@ namespace {
 
 constexpr int undoLevels = 200;
 constexpr int workerThreads = 6;
-constexpr double wordLingersMs = 250;
 
 } // namespace
 
@@ -19,6 +18,7 @@ Editor::Editor(Sound sound)
 
 Editor::~Editor()
 {
+    m_player.reset();
     m_watch.reset();
     cancelExport();
     m_workers.waitForDone();
@@ -54,22 +54,6 @@ void Editor::setExportFPS(int fps)
 {
     m_exportFPS = fps;
     Q_EMIT exportChanged();
-}
-
-void Editor::tick(double editedMs)
-{
-    m_playhead.setMs(editedMs);
-    const double source = m_timeline.source(editedMs);
-    // The last word that has begun, a moment early so that a seek to a word's start shows that word.
-    const auto next = std::upper_bound(m_words.begin(), m_words.end(), source + 1.0,
-        [](double time, const Word& word) { return time < word.startMs; });
-    const bool spoken = next != m_words.begin() && source <= std::prev(next)->endMs + wordLingersMs;
-    m_playhead.setWord(spoken ? std::optional(int(next - m_words.begin()) - 1) : std::nullopt);
-}
-
-void Editor::previewSource(double ms)
-{
-    tick(std::min(m_timeline.edited(ms), std::max(0.0, m_timeline.durationMs - 1)));
 }
 
 } // namespace kelmo

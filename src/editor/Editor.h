@@ -7,6 +7,8 @@
 #include "editor/TranscriptWatch.h"
 #include "media/Built.h"
 #include "media/Exporter.h"
+#include "media/PreviewItems.h"
+#include "media/stack/Player.h"
 #include "model/EditOps.h"
 
 #include <QCoroTask>
@@ -80,6 +82,19 @@ public:
     void tightenPauses();
     [[nodiscard]] std::vector<Span> wordSpans(const std::vector<int>& indices) const; ///< What cutting them would cut.
 
+    // Playing. A player comes into being only when something is to be seen or heard.
+    [[nodiscard]] bool isPlaying() const { return m_playing; } ///< Plays, or waits to.
+    [[nodiscard]] double playbackRate() const { return m_playbackRate; }
+    [[nodiscard]] bool isMuted() const { return m_sound == Sound::Muted; }
+    static constexpr std::array playbackRates{1.0, 1.5, 2.0, 3.0};
+    void togglePlay(); ///< From the start again when at the end.
+    void pausePlaying();
+    void seekToWord(int index); ///< Ignores words that there are not.
+    void setPlaybackRate(double rate); ///< At once while playing, else from the next play on.
+    /// Somebody looks, at so many device pixels; empty when nobody does any more, and then no picture is made.
+    void setPictureBox(QSize pixels);
+    [[nodiscard]] std::shared_ptr<const QImage> picture() const; ///< The edit's picture now; null before the first.
+
     // Selecting, splitting, looking: no undo steps.
     void setSelection(std::optional<Span> selection);
     [[nodiscard]] std::optional<Span> selectionSpan(double from, double to, bool exact) const;
@@ -109,6 +124,9 @@ Q_SIGNALS:
     void statusChanged();
     void takesChanged();
     void exportChanged(); ///< Progress or settings.
+    void playingChanged();
+    void playbackRateChanged();
+    void pictureChanged();
 
 private:
     // EditorCommands.cpp, EditorTrimming.cpp
@@ -135,6 +153,14 @@ private:
         return m_take && m_take->base == take.base && m_take->dir == take.dir;
     }
 
+    // EditorPlayback.cpp
+    [[nodiscard]] Player& player();
+    void seekPlayer(double editedMs);
+    void showBuilt(const QString& reason, double startedAt, double builtAt, double editedMs);
+    void settleRebuild(const QString& reason, double startedAt, double builtAt, bool resumes);
+    void logRebuild(const QString& reason, double startedAt, double builtAt) const;
+    void noteFirstFrame();
+
     // EditorExport.cpp
     [[nodiscard]] ExportSettings exportSettings(
         std::optional<Codec> codec, std::optional<int> height, std::optional<int> fps, const QString& engine) const;
@@ -159,6 +185,8 @@ private:
     int m_pauseCount = 0;
     std::shared_ptr<const LoadedTake> m_loaded;
     std::shared_ptr<const Built> m_built;
+    std::optional<double> m_openStartedMs; ///< Until the first picture is on show.
+    int m_buildGeneration = 0; ///< Grows with every rebuild, so that an overtaken seek knows that it is stale.
     int m_openGeneration = 0; ///< Grows with every open, so that a slow load knows that it is stale.
     Playhead m_playhead;
     QUndoStack m_undo;
@@ -174,6 +202,11 @@ private:
     QThreadPool m_workers;
     RecorderLink m_recorder;
     std::unique_ptr<TranscriptWatch> m_watch;
+
+    bool m_playing = false;
+    double m_playbackRate = 1;
+    PreviewItems m_previewItems;
+    std::unique_ptr<Player> m_player; ///< None until it is needed: agents alone need none.
 };
 
 } // namespace kelmo

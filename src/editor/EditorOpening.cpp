@@ -61,6 +61,8 @@ void Editor::open(const QString& path)
         Log::line(u"error", QStringLiteral("open failed: ") % userText(take.error()));
         return;
     }
+    pausePlaying();
+    m_openStartedMs = startedAt;
     resetTo(*take);
     watchAlignment(*take);
     Log::line(u"timing",
@@ -85,6 +87,8 @@ void Editor::resetTo(const Take& take)
     m_undo.clear();
     m_loaded.reset();
     m_built.reset();
+    if (m_player)
+        m_player->setItem(nullptr); // Its last picture stays until the new take's first.
     m_sourceDurationMs = 0;
     m_timeline = {};
     m_fullTimeline = {};
@@ -145,13 +149,7 @@ void Editor::rebuild(
         untrimmed.refresh();
         m_fullTimeline = Timeline(untrimmed.keep(m_loaded->durationMs));
     }
-    tick(m_timeline.edited(seekTo));
-    if (reason != QStringLiteral("open")) {
-        Log::line(u"timing",
-            QStringLiteral("edit → preview updated (") % reason % QStringLiteral("): ")
-                % ms(MonotonicClock::nowMs() - startedAt) % QStringLiteral(" [build ") % ms(builtAt - startedAt)
-                % QStringLiteral(", %1 segments]").arg(m_timeline.keep.size()));
-    }
+    showBuilt(reason, startedAt, builtAt, m_timeline.edited(seekTo));
     Q_EMIT timelineChanged();
 }
 

@@ -86,6 +86,7 @@ void Editor::trimEndToPlayhead()
 
 void Editor::beginTrimPreview()
 {
+    pausePlaying();
     if (m_trimPreviewing || !m_cuts.isTrimmed() || !m_loaded)
         return;
     m_trimPreviewing = true;

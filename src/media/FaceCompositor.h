@@ -1,7 +1,6 @@
 #pragma once
 
-#include "media/stack/FacePicture.h"
-#include "media/stack/VideoFrame.h"
+#include "media/stack/PictureOverlay.h"
 
 #include <vector>
 
@@ -19,16 +18,17 @@ struct FaceCircle {
 
 /// Draws the speaker's face as a circle with a soft edge over a screen picture, on the planes themselves: only the
 /// square that holds the circle is touched, in a copy. Immutable after construction; any thread.
-class FaceCompositor {
+class FaceCompositor final : public PictureOverlay {
 public:
     /// For pictures of this size.
     FaceCompositor(int width, int height);
 
     [[nodiscard]] const FaceCircle& circle() const { return m_circle; }
+    [[nodiscard]] int faceSize() const override { return m_circle.diameter; }
 
     /// The screen picture with the face over it. Requires pictures of the agreed sizes and in the same colours. Null
     /// when memory runs out.
-    [[nodiscard]] VideoFrame compose(const VideoFrame& screen, const FacePicture& face) const;
+    [[nodiscard]] VideoFrame compose(const VideoFrame& screen, const FacePicture& face) const override;
 
 private:
     void blendLuma(VideoFrame& picture, const FacePicture& face) const;

@@ -14,15 +14,30 @@ Result<std::unique_ptr<AudioMixer>> AudioMixer::open(
     std::vector<CompositionTrack> tracks, std::vector<VolumeRamp> ramps)
 {
     std::unique_ptr<AudioMixer> mixer(new AudioMixer);
-    for (const CompositionTrack& track : tracks) {
-        Result<std::unique_ptr<AudioTrackReader>> reader = AudioTrackReader::open(track.asset, *track.track);
+    if (Result<void> replaced = mixer->replace(std::move(tracks), std::move(ramps)); !replaced)
+        return tl::unexpected(replaced.error());
+    return mixer;
+}
+
+Result<void> AudioMixer::replace(std::vector<CompositionTrack> tracks, std::vector<VolumeRamp> ramps)
+{
+    std::vector<std::unique_ptr<AudioTrackReader>> readers;
+    for (size_t i = 0; i < tracks.size(); ++i) {
+        if (i < m_tracks.size() && i < m_readers.size() && m_readers[i] && m_tracks[i].track == tracks[i].track) {
+            readers.push_back(std::move(m_readers[i]));
+            continue;
+        }
+        Result<std::unique_ptr<AudioTrackReader>> reader = AudioTrackReader::open(tracks[i].asset, *tracks[i].track);
         if (!reader)
             return tl::unexpected(reader.error());
-        mixer->m_readers.push_back(std::move(*reader));
+        readers.push_back(std::move(*reader));
     }
-    mixer->m_tracks = std::move(tracks);
-    mixer->m_ramps = std::move(ramps);
-    return mixer;
+    m_readers = std::move(readers);
+    m_tracks = std::move(tracks);
+    m_ramps = std::move(ramps);
+    m_mixed.clear();
+    m_mixedStart = 0;
+    return {};
 }
 
 Result<void> AudioMixer::mix(int64_t position, int count, float* interleaved)

@@ -13,6 +13,9 @@ public:
     [[nodiscard]] static Result<std::unique_ptr<AudioMixer>> open(
         std::vector<CompositionTrack> tracks, std::vector<VolumeRamp> ramps);
 
+    /// Goes on with another edit. Readers of tracks that both edits have stay open.
+    [[nodiscard]] Result<void> replace(std::vector<CompositionTrack> tracks, std::vector<VolumeRamp> ramps);
+
     /// Fills `count` stereo samples (interleaved) from sample `position` of the edited clock; silence beyond its ends.
     [[nodiscard]] Result<void> mix(int64_t position, int count, float* interleaved);
 

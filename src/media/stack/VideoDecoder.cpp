@@ -60,8 +60,25 @@ void VideoDecoder::expect(std::span<const int> displays)
         m_mustRestart = true;
 }
 
+void VideoDecoder::setWanted(std::shared_ptr<const std::vector<bool>> samples) { m_wanted = std::move(samples); }
+
+void VideoDecoder::noteSkipped(int sample)
+{
+    constexpr size_t most = 4096; // More than any decoder holds back.
+    if (m_skipped.size() == most)
+        m_skipped.erase(m_skipped.begin(), m_skipped.begin() + most / 2);
+    m_skipped.push_back(sample);
+}
+
+bool VideoDecoder::wasSkipped(int display) const
+{
+    return std::binary_search(m_skipped.begin(), m_skipped.end(), m_track.index.displays()[size_t(display)].sample);
+}
+
 bool VideoDecoder::isAhead(int display) const
 {
+    if (wasSkipped(display))
+        return false;
     return m_next >= 0 && !m_mustRestart && m_track.index.sampleOf(display).pts > m_shownPts
         && (!m_draining || m_track.index.displays()[size_t(display)].sample < m_next);
 }
@@ -95,6 +112,7 @@ void VideoDecoder::restartAt(int sample)
     if (m_next >= 0)
         avcodec_flush_buffers(m_codec.get());
     m_next = sample;
+    m_skipped.clear();
     m_draining = false;
     m_mustRestart = false;
     m_errors = 0;
@@ -113,7 +131,8 @@ bool VideoDecoder::isWanted(int sample, int64_t targetPts) const
 {
     if (!m_expected.empty())
         return std::binary_search(m_expected.begin(), m_expected.end(), sample);
-    return m_track.index.samples()[size_t(sample)].pts >= targetPts;
+    const int64_t pts = m_track.index.samples()[size_t(sample)].pts;
+    return pts == targetPts || (pts > targetPts && (!m_wanted || (*m_wanted)[size_t(sample)]));
 }
 
 Result<void> VideoDecoder::feed(int64_t targetPts)
@@ -129,7 +148,10 @@ Result<void> VideoDecoder::feed(int64_t targetPts)
         if (Result<void> read = m_reader->read(m_next, *packet); !read)
             return read;
         // Pictures that no other one refers to and that nobody will see need not be decoded.
-        m_codec->skip_frame = isWanted(m_next, targetPts) ? AVDISCARD_DEFAULT : AVDISCARD_NONREF;
+        const bool wanted = isWanted(m_next, targetPts);
+        m_codec->skip_frame = wanted ? AVDISCARD_DEFAULT : AVDISCARD_NONREF;
+        if (!wanted && m_wanted)
+            noteSkipped(m_next);
         if (avcodec_send_packet(m_codec.get(), packet.get()) < 0 && ++m_errors > mostErrorsInARow)
             return avFailure(AVERROR_INVALIDDATA, QStringLiteral("Can’t play"), m_asset->name());
     }
@@ -142,6 +164,8 @@ Result<VideoFrame> VideoDecoder::decodeUpTo(int64_t targetPts)
     if (m_ahead && m_aheadPts < targetPts)
         take(std::exchange(m_ahead, {}), m_aheadPts);
     for (;;) {
+        if (m_cancelled)
+            return failure(QStringLiteral("Player"), 1);
         if (m_ahead) // Still ahead: what lies between is lost.
             return m_shown ? m_shown : m_ahead;
         AvHandle<AVFrame> frame = makeAvFrame();

@@ -3,6 +3,7 @@
 #include "media/stack/Asset.h"
 #include "platform/Error.h"
 
+#include <atomic>
 #include <limits>
 #include <span>
 
@@ -31,6 +32,13 @@ public:
     /// them, and nothing is read beyond the last. An empty list ends the announcement.
     void expect(std::span<const int> displays);
 
+    /// For playing: of the entries after the one asked for, only those whose sample is marked will be asked for next.
+    /// Any other may still be asked for, at the cost of starting again. Null when all will be.
+    void setWanted(std::shared_ptr<const std::vector<bool>> samples);
+
+    /// Lets a running frame() fail soon; for quitting. Any thread.
+    void cancel() { m_cancelled = true; }
+
     /// How many samples must be decoded to get to an entry from here.
     [[nodiscard]] int costOf(int display) const;
 
@@ -40,6 +48,8 @@ private:
     VideoDecoder(std::shared_ptr<const Asset> asset, const Track& track);
 
     [[nodiscard]] bool isAhead(int display) const;
+    void noteSkipped(int sample);
+    [[nodiscard]] bool wasSkipped(int display) const;
     void restartAt(int sample);
     [[nodiscard]] Result<void> feed(int64_t targetPts);
     [[nodiscard]] bool isWanted(int sample, int64_t targetPts) const;
@@ -60,6 +70,9 @@ private:
     VideoFrame m_ahead; ///< and one that came out too far, when the one in between is lost.
     int64_t m_aheadPts = 0;
     std::vector<int32_t> m_expected; ///< Sample numbers, ascending.
+    std::shared_ptr<const std::vector<bool>> m_wanted;
+    std::vector<int32_t> m_skipped; ///< Samples fed as unwanted since the last start, ascending.
+    std::atomic<bool> m_cancelled = false;
 };
 
 } // namespace kelmo

@@ -1,0 +1,90 @@
+#include "media/stack/CubebOutput.h"
+
+#include "platform/MonotonicClock.h"
+
+#include <cubeb/cubeb.h>
+
+#include <algorithm>
+
+namespace kelmo {
+
+namespace {
+
+constexpr const char* clientName = "KelmoEditor";
+/// Long enough for a busy machine to keep up, short enough for a pause to be heard at once.
+constexpr uint32_t leastLatency = 1920;
+
+Result<void> refused(const QString& what) { return failure(QStringLiteral("Sound"), 1, what); }
+
+} // namespace
+
+CubebOutput::CubebOutput()
+    : m_context(nullptr, [](cubeb* context) { cubeb_destroy(context); })
+    , m_stream(nullptr, [](cubeb_stream* stream) { cubeb_stream_destroy(stream); })
+{
+}
+
+CubebOutput::~CubebOutput() = default;
+
+Result<void> CubebOutput::open(Pull pull)
+{
+    m_pull = std::move(pull);
+    cubeb* context = nullptr;
+    if (cubeb_init(&context, clientName, nullptr) != CUBEB_OK)
+        return refused(QStringLiteral("There is no sound server"));
+    m_context.reset(context);
+
+    cubeb_stream_params form{};
+    form.format = CUBEB_SAMPLE_FLOAT32NE;
+    form.rate = rate;
+    form.channels = channels;
+    form.layout = CUBEB_LAYOUT_STEREO;
+    form.prefs = CUBEB_STREAM_PREF_NONE;
+    uint32_t latency = leastLatency;
+    if (cubeb_get_min_latency(context, &form, &latency) != CUBEB_OK)
+        latency = leastLatency;
+
+    const auto fill = [](cubeb_stream*, void* self, const void*, void* out, long frames) {
+        static_cast<CubebOutput*>(self)->m_pull(static_cast<float*>(out), int(frames));
+        return frames;
+    };
+    const auto changed = [](cubeb_stream*, void* self, cubeb_state state) {
+        if (state == CUBEB_STATE_ERROR)
+            static_cast<CubebOutput*>(self)->m_lost = true;
+    };
+    cubeb_stream* stream = nullptr;
+    const int code = cubeb_stream_init(context, &stream, clientName, nullptr, nullptr, nullptr, &form,
+        std::clamp<uint32_t>(latency, leastLatency, 2 * leastLatency), fill, changed, this);
+    if (code != CUBEB_OK)
+        return refused(QStringLiteral("The sound device cannot be opened"));
+    m_stream.reset(stream);
+    return {};
+}
+
+void CubebOutput::start()
+{
+    if (cubeb_stream_start(m_stream.get()) != CUBEB_OK)
+        m_lost = true;
+}
+
+void CubebOutput::stop()
+{
+    if (!m_lost)
+        cubeb_stream_stop(m_stream.get());
+}
+
+AudioOutput::Position CubebOutput::position() const
+{
+    uint64_t frames = 0;
+    if (m_lost || cubeb_stream_get_position(m_stream.get(), &frames) != CUBEB_OK)
+        return {};
+    return {int64_t(frames), MonotonicClock::nowMs()};
+}
+
+int CubebOutput::latency() const
+{
+    uint32_t frames = 0;
+    return cubeb_stream_get_latency(m_stream.get(), &frames) == CUBEB_OK ? int(frames) : 0;
+}
+
+} // namespace kelmo

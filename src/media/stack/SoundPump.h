@@ -1,0 +1,47 @@
+#pragma once
+
+#include "media/stack/AudioMixer.h"
+#include "media/stack/PlayerItem.h"
+#include "media/stack/SoundRing.h"
+
+#include <thread>
+
+namespace kelmo {
+
+/// Fills the ring: mixes an edit's sound ahead of time and stretches it to the playing rate. Has a thread, which ends
+/// with the object. The newest order replaces the one before at once.
+class SoundPump {
+public:
+    struct Order {
+        int epoch = 0;
+        std::shared_ptr<const PlayerItem> item;
+        MediaTime start;
+        double rate = 1;
+    };
+
+    explicit SoundPump(std::shared_ptr<SoundRing> ring);
+    ~SoundPump();
+    SoundPump(const SoundPump&) = delete;
+    SoundPump& operator=(const SoundPump&) = delete;
+
+    void begin(Order order);
+
+private:
+    void run();
+    void serve(const Order& order);
+    void prepareMixer(const Order& order);
+    [[nodiscard]] bool isStale(int epoch) const { return m_epoch != epoch; }
+
+    const std::shared_ptr<SoundRing> m_ring;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::optional<Order> m_next;
+    bool m_ending = false;
+    std::atomic<int> m_epoch = 0;
+
+    std::unique_ptr<AudioMixer> m_mixer; ///< Null when the sound cannot be read; the thread's own, like the item.
+    std::shared_ptr<const PlayerItem> m_item;
+    std::thread m_thread;
+};
+
+} // namespace kelmo

@@ -1,0 +1,76 @@
+#include "views/PlayerView.h"
+
+#include <QPaintEvent>
+#include <QPainter>
+
+namespace kelmo {
+
+namespace {
+
+const QColor nearBlack = QColor::fromRgbF(0.055f, 0.055f, 0.055f);
+
+} // namespace
+
+PlayerView::PlayerView(Editor& editor, QWidget* parent)
+    : QWidget(parent)
+    , m_editor(editor)
+{
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    setMinimumSize(160, 90);
+    setAccessibleName(QStringLiteral("Video"));
+    connect(&editor, &Editor::pictureChanged, this, qOverload<>(&QWidget::update));
+}
+
+PlayerView::~PlayerView() { m_editor.setPictureBox({}); }
+
+void PlayerView::askForPictures()
+{
+    m_askedRatio = devicePixelRatioF();
+    m_editor.setPictureBox(
+        isVisible() ? QSize(qRound(width() * m_askedRatio), qRound(height() * m_askedRatio)) : QSize());
+}
+
+void PlayerView::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    askForPictures();
+}
+
+void PlayerView::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    askForPictures();
+}
+
+void PlayerView::hideEvent(QHideEvent* event)
+{
+    QWidget::hideEvent(event);
+    askForPictures();
+}
+
+void PlayerView::paintEvent(QPaintEvent*)
+{
+    // Some platforms tell the true scale only after the first frame.
+    const double ratio = devicePixelRatioF();
+    if (ratio != m_askedRatio)
+        askForPictures();
+    QPainter painter(this);
+    painter.fillRect(rect(), nearBlack);
+    const std::shared_ptr<const QImage> picture = m_editor.picture();
+    if (!picture || picture->isNull())
+        return;
+    // In device pixels, so that nothing is scaled or smeared between two of them.
+    const QSize box(qRound(width() * ratio), qRound(height() * ratio));
+    const QSize fitted = picture->size().scaled(box, Qt::KeepAspectRatio);
+    const bool fits
+        = std::abs(fitted.width() - picture->width()) <= 1 && std::abs(fitted.height() - picture->height()) <= 1;
+    const QSize shown = fits ? picture->size() : fitted; // Scaled only for the moment that follows a resize.
+    const QPoint origin = QPointF(painter.deviceTransform().map(QPointF(0, 0))).toPoint();
+    painter.setWorldTransform(QTransform());
+    painter.setViewTransformEnabled(false);
+    const QRectF target((origin.x() + (box.width() - shown.width()) / 2) / ratio,
+        (origin.y() + (box.height() - shown.height()) / 2) / ratio, shown.width() / ratio, shown.height() / ratio);
+    painter.drawImage(target, *picture);
+}
+
+} // namespace kelmo
