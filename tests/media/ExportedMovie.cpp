@@ -31,6 +31,18 @@ QString ExportedMovie::probe(const QString& stream, const QString& entries) cons
             QStringLiteral("default=nw=1"), m_path}));
 }
 
+QString ExportedMovie::probeBareVideo(const QString& entries) const
+{
+    const QString codec
+        = probe(QStringLiteral("v"), QStringLiteral("stream=codec_name")).section(QLatin1Char('='), 1).trimmed();
+    const QString bare = m_path % QStringLiteral(".") % codec;
+    run(QStringLiteral("ffmpeg"),
+        {QStringLiteral("-y"), QStringLiteral("-i"), m_path, QStringLiteral("-c:v"), QStringLiteral("copy"),
+            QStringLiteral("-bsf:v"), codec % QStringLiteral("_mp4toannexb"), QStringLiteral("-an"),
+            QStringLiteral("-f"), codec, bare});
+    return ExportedMovie(bare).probe(QStringLiteral("v"), entries);
+}
+
 double ExportedMovie::durationMs() const
 {
     return probe(QStringLiteral("v"), QStringLiteral("format=duration")).section(QLatin1Char('='), 1).toDouble() * 1000;

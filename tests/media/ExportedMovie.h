@@ -23,10 +23,12 @@ public:
     [[nodiscard]] std::vector<double> keyTimesMs() const;
     [[nodiscard]] QImage pictureAt(int index) const; ///< As full-range RGB.
     [[nodiscard]] QString probe(const QString& stream, const QString& entries) const; ///< "key=value" lines.
+    /// The same of the bare coded video, without what the container says.
+    [[nodiscard]] QString probeBareVideo(const QString& entries) const;
     [[nodiscard]] double durationMs() const;
 
 private:
-    [[nodiscard]] static QByteArray run(const QString& program, const QStringList& arguments);
+    static QByteArray run(const QString& program, const QStringList& arguments);
 
     QString m_path;
 };

@@ -35,6 +35,11 @@ void MadeTake::load()
     make(screen);
     if (webcam)
         make(*webcam);
+    loadMade();
+}
+
+void MadeTake::loadMade()
+{
     QFile sync(m_folder.filePath(QStringLiteral("take_sync.json")));
     ASSERT_TRUE(sync.open(QIODevice::WriteOnly));
     sync.write(QJsonDocument(QJsonObject{{QStringLiteral("webcamOffsetFromScreenMs"), webcamOffsetMs},

@@ -22,6 +22,8 @@ public:
 
     /// Writes the movies and the sync file and loads the take; fails the test when that does not work.
     void load();
+    /// Loads the take from movies that the test has written itself.
+    void loadMade();
 
     [[nodiscard]] const Take& take() const { return m_take; }
     [[nodiscard]] std::shared_ptr<const LoadedTake> loaded() const { return m_loaded; }
