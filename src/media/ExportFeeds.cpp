@@ -30,6 +30,35 @@ Result<FrameSequence> openSequence(const CompositionTrack& track, std::vector<in
 
 Error outOfMemory() { return {QStringLiteral("Export"), 4, QStringLiteral("There is not enough memory to export")}; }
 
+/// Hands over one entry for each planned frame: what `prepare` makes of its picture, made once for a picture that is
+/// repeated, or an empty one where the plan has none.
+template <class T, class Prepare>
+Result<void> feed(BoundedQueue<T>& queue, FrameSequence& sequence, const std::vector<PlannedFrame>& plan,
+    int PlannedFrame::*entry, const Prepare& prepare)
+{
+    VideoFrame decoded;
+    T ready{};
+    for (const PlannedFrame& planned : plan) {
+        if (planned.*entry == PlannedFrame::none) {
+            if (!queue.push({}))
+                return {};
+            continue;
+        }
+        Result<VideoFrame> next = sequence.next();
+        if (!next)
+            return tl::unexpected(next.error());
+        if (!(decoded == *next)) {
+            decoded = *next;
+            ready = prepare(decoded);
+            if (!ready)
+                return tl::unexpected(outOfMemory());
+        }
+        if (!queue.push(ready))
+            return {};
+    }
+    return {};
+}
+
 } // namespace
 
 Result<void> ScreenFeed::run(
@@ -42,28 +71,10 @@ Result<void> ScreenFeed::run(
     const Track& source = *track.track;
     FrameConverter converter(sameSize ? source.uprightWidth() : width, sameSize ? source.uprightHeight() : height,
         source.quarterTurns, source.color, Scaling::Fine);
-    VideoFrame decoded;
-    VideoFrame ready;
-    for (const PlannedFrame& planned : plan) {
-        if (planned.screen == PlannedFrame::none) {
-            if (!m_queue.push({}))
-                return {};
-            continue;
-        }
-        Result<VideoFrame> next = sequence->next();
-        if (!next)
-            return tl::unexpected(next.error());
-        if (!(decoded == *next)) {
-            decoded = *next;
-            ready = converter.convert(decoded);
-            if (!ready)
-                return tl::unexpected(outOfMemory());
-            ready = ready.cropped(width, height);
-        }
-        if (!m_queue.push(ready))
-            return {};
-    }
-    return {};
+    return feed(m_queue, *sequence, plan, &PlannedFrame::screen, [&](const VideoFrame& decoded) {
+        const VideoFrame ready = converter.convert(decoded);
+        return ready ? ready.cropped(width, height) : VideoFrame();
+    });
 }
 
 Result<void> CameraFeed::run(
@@ -74,27 +85,8 @@ Result<void> CameraFeed::run(
         return tl::unexpected(sequence.error());
     const Track& source = *track.track;
     FaceScaler scaler(diameter, target, source.naturalWidth, source.naturalHeight, source.quarterTurns);
-    VideoFrame decoded;
-    Face face;
-    for (const PlannedFrame& planned : plan) {
-        if (planned.camera == PlannedFrame::none) {
-            if (!m_queue.push(nullptr))
-                return {};
-            continue;
-        }
-        Result<VideoFrame> next = sequence->next();
-        if (!next)
-            return tl::unexpected(next.error());
-        if (!(decoded == *next)) {
-            decoded = *next;
-            face = scaler.scale(decoded);
-            if (!face)
-                return tl::unexpected(outOfMemory());
-        }
-        if (!m_queue.push(face))
-            return {};
-    }
-    return {};
+    return feed(m_queue, *sequence, plan, &PlannedFrame::camera,
+        [&](const VideoFrame& decoded) { return scaler.scale(decoded); });
 }
 
 } // namespace kelmo

@@ -64,27 +64,13 @@ Result<void> AudioEncoder::encode(const float* interleaved, int count, const Pac
     m_position += count;
     if (const int code = avcodec_send_frame(m_context.get(), frame.get()); code < 0)
         return avFailure(code, QStringLiteral("Can’t encode"), codecName);
-    return drain(sink);
+    return drainEncoder(*m_context, codecName, sink);
 }
 
 Result<void> AudioEncoder::finish(const PacketSink& sink)
 {
     avcodec_send_frame(m_context.get(), nullptr);
-    return drain(sink);
-}
-
-Result<void> AudioEncoder::drain(const PacketSink& sink)
-{
-    const AvHandle<AVPacket> packet = makeAvPacket();
-    for (;;) {
-        const int code = avcodec_receive_packet(m_context.get(), packet.get());
-        if (code == AVERROR(EAGAIN) || code == AVERROR_EOF)
-            return {};
-        if (code < 0)
-            return avFailure(code, QStringLiteral("Can’t encode"), codecName);
-        if (Result<void> taken = sink(*packet); !taken)
-            return taken;
-    }
+    return drainEncoder(*m_context, codecName, sink);
 }
 
 } // namespace kelmo

@@ -1,13 +1,12 @@
 #pragma once
 
+#include "media/stack/PacketSink.h"
 #include "platform/Error.h"
 
-#include <functional>
 #include <memory>
 #include <vector>
 
 struct AVCodecContext;
-struct AVPacket;
 
 namespace kelmo {
 
@@ -18,8 +17,6 @@ public:
 
     [[nodiscard]] static Result<std::unique_ptr<AudioEncoder>> open();
     ~AudioEncoder();
-
-    using PacketSink = std::function<Result<void>(AVPacket&)>;
 
     /// How many samples the encoder takes at a time.
     [[nodiscard]] int frameSize() const;
@@ -32,8 +29,6 @@ public:
 
 private:
     AudioEncoder();
-
-    [[nodiscard]] Result<void> drain(const PacketSink& sink);
 
     std::unique_ptr<AVCodecContext, void (*)(AVCodecContext*)> m_context;
     int64_t m_position = 0; ///< Samples encoded so far.

@@ -130,27 +130,13 @@ Result<void> VideoEncoder::encode(const VideoFrame& frame, int64_t pts, bool key
         input->pict_type = AV_PICTURE_TYPE_I;
     if (const int code = avcodec_send_frame(m_context.get(), input.get()); code < 0)
         return avFailure(code, QStringLiteral("Can’t encode with"), m_name);
-    return drain(sink);
+    return drainEncoder(*m_context, m_name, sink);
 }
 
 Result<void> VideoEncoder::finish(const PacketSink& sink)
 {
     avcodec_send_frame(m_context.get(), nullptr);
-    return drain(sink);
-}
-
-Result<void> VideoEncoder::drain(const PacketSink& sink)
-{
-    const AvHandle<AVPacket> packet = makeAvPacket();
-    for (;;) {
-        const int code = avcodec_receive_packet(m_context.get(), packet.get());
-        if (code == AVERROR(EAGAIN) || code == AVERROR_EOF)
-            return {};
-        if (code < 0)
-            return avFailure(code, QStringLiteral("Can’t encode with"), m_name);
-        if (Result<void> taken = sink(*packet); !taken)
-            return taken;
-    }
+    return drainEncoder(*m_context, m_name, sink);
 }
 
 } // namespace kelmo

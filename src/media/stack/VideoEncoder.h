@@ -1,17 +1,16 @@
 #pragma once
 
 #include "media/stack/MediaTime.h"
+#include "media/stack/PacketSink.h"
 #include "media/stack/VideoFrame.h"
 #include "platform/Error.h"
 
 #include <QString>
 #include <QStringList>
 
-#include <functional>
 #include <memory>
 
 struct AVCodecContext;
-struct AVPacket;
 
 namespace kelmo {
 
@@ -51,8 +50,6 @@ public:
     [[nodiscard]] const QString& name() const { return m_name; }
     [[nodiscard]] const QStringList& refusals() const { return m_refusals; }
 
-    using PacketSink = std::function<Result<void>(AVPacket&)>;
-
     /// Encodes a picture of the agreed size at `pts`, which must grow; `key` makes it a key frame. Packets come out
     /// through `sink` on this thread.
     [[nodiscard]] Result<void> encode(const VideoFrame& frame, int64_t pts, bool key, const PacketSink& sink);
@@ -63,8 +60,6 @@ public:
 
 private:
     VideoEncoder();
-
-    [[nodiscard]] Result<void> drain(const PacketSink& sink);
 
     QString m_name;
     QStringList m_refusals;
