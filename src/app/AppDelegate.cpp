@@ -16,8 +16,9 @@ AppDelegate::AppDelegate(CommandLine commandLine, double launchMs)
 void AppDelegate::launch()
 {
     m_editor = std::make_unique<Editor>(m_commandLine.muted ? Editor::Sound::Muted : Editor::Sound::On);
+    m_editor->onOpen = [this] { reveal(); };
     if (!m_commandLine.background) {
-        showWindow();
+        reveal();
         if (m_commandLine.take)
             m_editor->open(*m_commandLine.take);
         else
@@ -30,12 +31,13 @@ void AppDelegate::launch()
             % QStringLiteral(" ms"));
 }
 
-void AppDelegate::showWindow()
+void AppDelegate::reveal()
 {
+    // Without a display agents are served all the same.
     if (QGuiApplication::platformName() == QStringLiteral("offscreen"))
         return;
-    m_window = std::make_unique<PlainWindow>(*m_editor);
-    m_editor->onOpen = [this] { m_window->reveal(); };
+    if (!m_window)
+        m_window = std::make_unique<PlainWindow>(*m_editor);
     m_window->reveal();
 }
 

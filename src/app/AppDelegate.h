@@ -20,7 +20,7 @@ public:
     void launch();
 
 private:
-    void showWindow();
+    void reveal(); ///< Brings the window forward, made when it is first wanted.
 
     const CommandLine m_commandLine;
     const double m_launchMs;
