@@ -1,0 +1,95 @@
+#include "tests/support/TemporaryHome.h"
+
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QTcpServer>
+
+#include <gtest/gtest.h>
+
+namespace kelmo {
+
+namespace {
+
+/// The real program, started without a display and with a home of its own.
+class Program {
+public:
+    explicit Program(const QStringList& arguments)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+            environment.remove(QString::fromLatin1(name));
+        m_process.setProcessEnvironment(environment);
+        m_process.setProcessChannelMode(QProcess::MergedChannels);
+        m_process.start(QStringLiteral(KELMO_PROGRAM), arguments);
+    }
+
+    ~Program()
+    {
+        m_process.kill();
+        m_process.waitForFinished();
+    }
+
+    /// Whether the program has printed `text`, within ten seconds.
+    bool prints(const QByteArray& text)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        while (!m_output.contains(text) && timer.elapsed() < 10'000) {
+            m_process.waitForReadyRead(200);
+            m_output += m_process.readAll();
+        }
+        return m_output.contains(text);
+    }
+
+    [[nodiscard]] QProcess& process() { return m_process; }
+    [[nodiscard]] const QByteArray& output() const { return m_output; }
+
+private:
+    QProcess m_process;
+    QByteArray m_output;
+};
+
+quint16 freePort()
+{
+    QTcpServer server;
+    server.listen(QHostAddress::LocalHost);
+    return server.serverPort();
+}
+
+} // namespace
+
+TEST(Program, startInBackgroundServesWithoutADisplayAndEndsOnTerm)
+{
+    const TemporaryHome home;
+    const quint16 port = freePort();
+    Program program({QStringLiteral("--background"), QStringLiteral("--port"), QString::number(port)});
+    ASSERT_TRUE(program.prints("listening on http://127.0.0.1:" + QByteArray::number(port) + "/mcp"))
+        << program.output().constData();
+    program.process().terminate();
+    ASSERT_TRUE(program.process().waitForFinished(5000));
+    EXPECT_EQ(program.process().exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(program.process().exitCode(), 0);
+    // What was printed is in the log as well.
+    EXPECT_TRUE(home.read(QStringLiteral("Library/Logs/KelmoEditor.log")).contains("window up"));
+}
+
+TEST(Program, startOnATakenPortSaysSoAndGoesOn)
+{
+    const TemporaryHome home;
+    QTcpServer other;
+    ASSERT_TRUE(other.listen(QHostAddress::LocalHost));
+    Program program({QStringLiteral("--background"), QStringLiteral("--port"), QString::number(other.serverPort())});
+    EXPECT_TRUE(program.prints("[error] mcp listener")) << program.output().constData();
+    EXPECT_EQ(program.process().state(), QProcess::Running);
+}
+
+TEST(Program, startOnATakeThatIsNotThereSaysSoAndGoesOn)
+{
+    const TemporaryHome home;
+    Program program({QStringLiteral("--take"), QStringLiteral("/nowhere/x.mov"), QStringLiteral("--port"),
+        QString::number(freePort()), QStringLiteral("--muted")});
+    EXPECT_TRUE(program.prints("open failed: No screen file at /nowhere/x.mov")) << program.output().constData();
+    EXPECT_TRUE(program.prints("listening on")) << program.output().constData();
+}
+
+} // namespace kelmo
