@@ -8,6 +8,7 @@ namespace kelmo {
 namespace {
 
 constexpr qint64 maximumBytes = 256LL * 1024 * 1024;
+constexpr qint64 pieceBytes = 1024 * 1024;
 
 } // namespace
 
@@ -17,7 +18,11 @@ std::optional<QJsonObject> JsonFile::readObject(const QString& path)
     if (!file.open(QIODevice::ReadOnly) || file.size() > maximumBytes)
         return std::nullopt;
     // The recorder may still be writing, or the size be unknown, so the limit holds for the bytes read as well.
-    const QByteArray json = file.read(maximumBytes + 1);
+    // Piece by piece, because reading "at most" so much would reserve all of it for the smallest file.
+    QByteArray json;
+    for (QByteArray piece = file.read(pieceBytes); !piece.isEmpty() && json.size() <= maximumBytes;
+         piece = file.read(pieceBytes))
+        json += piece;
     if (json.size() > maximumBytes || file.error() != QFile::NoError)
         return std::nullopt;
     return parseObject(json);
