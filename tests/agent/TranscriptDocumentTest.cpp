@@ -1,6 +1,5 @@
 #include "agent/TranscriptDocument.h"
 
-#include "agent/ToolResult.h"
 #include "tests/agent/ServerFixture.h"
 
 #include <random>
@@ -39,18 +38,6 @@ protected:
     }
 };
 
-double msOf(const std::function<void()>& work)
-{
-    double best = std::numeric_limits<double>::infinity();
-    for (int i = 0; i < 7; ++i) {
-        const auto start = std::chrono::steady_clock::now();
-        work();
-        best = std::min(
-            best, std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count());
-    }
-    return best;
-}
-
 } // namespace
 
 TEST_F(TranscriptDocumentTest, jsonIsWhatTheLibraryWouldWrite)
@@ -70,28 +57,4 @@ TEST_F(TranscriptDocumentTest, jsonIsWhatTheLibraryWouldWrite)
         ASSERT_EQ(words[i][u"endMs"].toDouble(), word.endMs);
         ASSERT_EQ(words[i][u"cut"].toBool(), i % 50 == 0);
     }
-}
-
-TEST_F(TranscriptDocumentTest, jsonOfALongTranscriptCostsLittleMoreThanTheLibraryAlone)
-{
-    openLongTake(25'000);
-    const QJsonDocument whole = QJsonDocument::fromJson(TranscriptDocument(m_editor).json());
-    const double library = msOf([&] { (void)whole.toJson(QJsonDocument::Compact); });
-    const double snapshot = msOf([&] { TranscriptDocument{m_editor}; });
-    const double ours = msOf([&] {
-        const TranscriptDocument document(m_editor);
-        (void)ToolResult::text([&document] { return document.json(); })();
-    });
-    // The same through the socket, from the request to the last byte in the client's hands.
-    serve();
-    const QByteArray call
-        = post(rpc(QStringLiteral("tools/call"), {{QStringLiteral("name"), QStringLiteral("get_transcript")}}));
-    const double served = msOf([&] { (void)exchange(call); });
-    RecordProperty("servedMs", std::to_string(served));
-    RecordProperty("libraryMs", std::to_string(library));
-    RecordProperty("oursMs", std::to_string(ours));
-    RecordProperty("snapshotMs", std::to_string(snapshot));
-    EXPECT_LT(ours, 1.5 * library);
-    EXPECT_LT(served, 1.5 * library);
-    EXPECT_LT(snapshot, 10) << "this part keeps the window waiting";
 }
