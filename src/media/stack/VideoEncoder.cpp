@@ -17,6 +17,10 @@ AvHandle<AVFrame> plainReference(const VideoFrame& frame)
         av_frame_remove_side_data(reference.get(), reference->side_data[0]->type);
     reference->pict_type = AV_PICTURE_TYPE_NONE;
     reference->opaque = nullptr;
+#if LIBAVCODEC_VERSION_MAJOR < 60
+    // An encoder makes a copy of this mark for every picture, and loses those still inside when it is given up.
+    reference->reordered_opaque = 0;
+#endif
     reference->format = AV_PIX_FMT_YUV420P;
     return reference;
 }
