@@ -48,5 +48,6 @@ function(kelmo_tests name)
     target_include_directories(tests_${name} PRIVATE ${CMAKE_SOURCE_DIR})
     target_link_libraries(tests_${name} PRIVATE ${ARGN} tests_support GTest::gmock)
     target_precompile_headers(tests_${name} REUSE_FROM kelmo_pch)
-    gtest_discover_tests(tests_${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300)
+    gtest_discover_tests(tests_${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300
+        ENVIRONMENT LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/asan.supp:print_suppressions=0)
 endfunction()
