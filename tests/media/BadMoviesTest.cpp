@@ -19,7 +19,7 @@ struct BadMovie {
     const char* name;
     enum Outcome { Refused, Opens, Either } outcome;
     std::function<void(QByteArray&)> spoil;
-    bool tablesInFront = false;
+    const char* from = "good.mov";
 };
 
 /// The places where a box of this type begins, at its four letters.
@@ -90,8 +90,8 @@ std::vector<BadMovie> badMovies()
             }},
         {"unfinished", BadMovie::Refused, [](QByteArray& bytes) { cut(bytes, 0.5); }},
         {"without its last byte", BadMovie::Refused, [](QByteArray& bytes) { bytes.chop(1); }},
-        {"half downloaded", BadMovie::Opens, [](QByteArray& bytes) { cut(bytes, 0.5); }, true},
-        {"a few bytes downloaded", BadMovie::Either, [](QByteArray& bytes) { cut(bytes, 0.05); }, true},
+        {"half downloaded", BadMovie::Opens, [](QByteArray& bytes) { cut(bytes, 0.5); }, "front.mov"},
+        {"a few bytes downloaded", BadMovie::Either, [](QByteArray& bytes) { cut(bytes, 0.05); }, "front.mov"},
         {"sparse damage in the media", BadMovie::Opens, flipped("mdat", 3, 40)},
         {"much damage in the media", BadMovie::Opens, flipped("mdat", 4, 20'000)},
         {"media of nothing but zeros", BadMovie::Opens,
@@ -113,6 +113,10 @@ std::vector<BadMovie> badMovies()
         {"chunks of 4 G samples", BadMovie::Either, patched("stsc", 16, most)},
         {"4 G offsets", BadMovie::Either, patched("ctts", 8, most)},
         {"offsets of centuries", BadMovie::Either, patched("ctts", 16, 0x7fffffff)},
+        {"a fragment of 4 G samples", BadMovie::Either, patched("trun", 8, most), "fragments.mov"},
+        {"a fragment of 250 M samples without tables", BadMovie::Either,
+            both(patched("trun", 4, 1), patched("trun", 8, 250'000'000)), "fragments.mov"},
+        {"half of the fragments", BadMovie::Opens, [](QByteArray& bytes) { cut(bytes, 0.6); }, "fragments.mov"},
         {"no time scale", BadMovie::Either, patched("mdhd", 16, 0)},
         {"a time scale of 4 G", BadMovie::Either, patched("mdhd", 16, most)},
         {"no time scale of the movie", BadMovie::Either, patched("mvhd", 16, 0)},
@@ -185,6 +189,10 @@ protected:
         CodedMovie front = goodMovie(QStringLiteral("front.mov"));
         front.spec.layout = MovieLayout::FastStart;
         make(front);
+        CodedMovie fragments = goodMovie(QStringLiteral("fragments.mov"));
+        fragments.spec.layout = MovieLayout::Fragmented;
+        fragments.spec.video->gopLength = 15;
+        make(fragments);
         ASSERT_TRUE(QDir(m_folder.path()).mkpath(QStringLiteral("out")));
     }
 
@@ -237,7 +245,7 @@ TEST_F(BadMovies, openGrabAndExportWorkOrSayWhyNot)
     const QString bad = QStringLiteral("bad.mov");
     for (const BadMovie& movie : badMovies()) {
         SCOPED_TRACE(movie.name);
-        QByteArray bytes = bytesOf(movie.tablesInFront ? QStringLiteral("front.mov") : QStringLiteral("good.mov"));
+        QByteArray bytes = bytesOf(QString::fromLatin1(movie.from));
         movie.spoil(bytes);
         write(bad, bytes);
         expectUsableOrRefused(take(bad), bad, out(), movie.outcome);
