@@ -26,6 +26,7 @@ struct Row {
 [[nodiscard]] std::vector<Row> exportRows();
 [[nodiscard]] std::vector<Row> editRows();
 [[nodiscard]] std::vector<Row> frameRows();
+[[nodiscard]] std::vector<Row> playerRows();
 
 /// Runs `ours` and `peer` in turns, `rounds` times each after one warming round, and returns the medians in seconds.
 struct Pair {

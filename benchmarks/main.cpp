@@ -18,7 +18,7 @@ namespace {
 std::vector<Row> allRows()
 {
     std::vector<Row> rows = exportRows();
-    for (const std::vector<Row>& more : {frameRows(), editRows()})
+    for (const std::vector<Row>& more : {frameRows(), editRows(), playerRows()})
         rows.insert(rows.end(), more.begin(), more.end());
     return rows;
 }

@@ -65,12 +65,14 @@ void PlayerView::paintEvent(QPaintEvent*)
     const bool fits
         = std::abs(fitted.width() - picture->width()) <= 1 && std::abs(fitted.height() - picture->height()) <= 1;
     const QSize shown = fits ? picture->size() : fitted; // Scaled only for the moment that follows a resize.
-    const QPoint origin = QPointF(painter.deviceTransform().map(QPointF(0, 0))).toPoint();
-    painter.setWorldTransform(QTransform());
-    painter.setViewTransformEnabled(false);
-    const QRectF target((origin.x() + (box.width() - shown.width()) / 2) / ratio,
-        (origin.y() + (box.height() - shown.height()) / 2) / ratio, shown.width() / ratio, shown.height() / ratio);
-    painter.drawImage(target, *picture);
+    const QPointF origin = painter.deviceTransform().map(QPointF(0, 0));
+    const QPointF toWhole(std::round(origin.x()) - origin.x(), std::round(origin.y()) - origin.y());
+    const QPointF corner((box.width() - shown.width()) / 2, (box.height() - shown.height()) / 2);
+    painter.scale(1 / ratio, 1 / ratio);
+    if (fits)
+        painter.drawImage(corner + toWhole, *picture);
+    else
+        painter.drawImage(QRectF(corner + toWhole, shown), *picture);
 }
 
 } // namespace kelmo

@@ -18,6 +18,7 @@ struct CodedMovie {
     std::vector<EditListEntry> videoEdits; ///< Written afterwards, when not empty; media times count from picture 0.
     std::vector<EditListEntry> audioEdits; ///< Of the first audio track.
     double soundLevel = 0.1; ///< RMS.
+    int firstNumber = 0; ///< Carried by the first picture.
 };
 
 /// Writes it to spec.path; fails the test when that does not work.

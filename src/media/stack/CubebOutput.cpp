@@ -45,16 +45,19 @@ Result<void> CubebOutput::open(Pull pull)
         latency = leastLatency;
 
     const auto fill = [](cubeb_stream*, void* self, const void*, void* out, long frames) {
-        static_cast<CubebOutput*>(self)->m_pull(static_cast<float*>(out), int(frames));
+        auto* output = static_cast<CubebOutput*>(self);
+        output->m_pull(static_cast<float*>(out), int(frames));
+        output->m_pulled += frames;
         return frames;
     };
     const auto changed = [](cubeb_stream*, void* self, cubeb_state state) {
         if (state == CUBEB_STATE_ERROR)
             static_cast<CubebOutput*>(self)->m_lost = true;
     };
+    m_latency = int(std::clamp<uint32_t>(latency, leastLatency, 2 * leastLatency));
     cubeb_stream* stream = nullptr;
-    const int code = cubeb_stream_init(context, &stream, clientName, nullptr, nullptr, nullptr, &form,
-        std::clamp<uint32_t>(latency, leastLatency, 2 * leastLatency), fill, changed, this);
+    const int code = cubeb_stream_init(
+        context, &stream, clientName, nullptr, nullptr, nullptr, &form, uint32_t(m_latency), fill, changed, this);
     if (code != CUBEB_OK)
         return refused(QStringLiteral("The sound device cannot be opened"));
     m_stream.reset(stream);
@@ -78,13 +81,9 @@ AudioOutput::Position CubebOutput::position() const
     uint64_t frames = 0;
     if (m_lost || cubeb_stream_get_position(m_stream.get(), &frames) != CUBEB_OK)
         return {};
-    return {int64_t(frames), MonotonicClock::nowMs()};
-}
-
-int CubebOutput::latency() const
-{
-    uint32_t frames = 0;
-    return cubeb_stream_get_latency(m_stream.get(), &frames) == CUBEB_OK ? int(frames) : 0;
+    // While a server starts, its clock may run on without sound; nothing is heard before it has passed the buffer.
+    const int64_t passed = std::max<int64_t>(0, m_pulled - m_latency * 3 / 4);
+    return {std::min(int64_t(frames), passed), MonotonicClock::nowMs()};
 }
 
 } // namespace kelmo

@@ -22,13 +22,12 @@ public:
     [[nodiscard]] Position position() const override;
     [[nodiscard]] bool isLost() const override { return m_lost; }
 
-    /// Frames between being pulled and being heard, as the server tells; 0 when it doesn't.
-    [[nodiscard]] int latency() const;
-
 private:
     std::unique_ptr<cubeb, void (*)(cubeb*)> m_context;
     std::unique_ptr<cubeb_stream, void (*)(cubeb_stream*)> m_stream; // After the context it belongs to.
     Pull m_pull;
+    int m_latency = 0; ///< Frames, as asked for.
+    std::atomic<int64_t> m_pulled = 0;
     std::atomic<bool> m_lost = false;
 };
 

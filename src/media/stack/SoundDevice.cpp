@@ -15,7 +15,9 @@ constexpr auto restPeriod = std::chrono::milliseconds(500);
 constexpr auto quitPatience = std::chrono::seconds(2);
 constexpr double restAfterMs = 300; ///< What the device holds has been heard by then.
 constexpr double stuckAfterMs = 1000; ///< A running device that pulls nothing for so long hangs.
-constexpr int trialRounds = 100;
+/// A tenth of a second that passed is proof; servers may take half a second to begin.
+constexpr int64_t trialFrames = 4800;
+constexpr int trialRounds = 300;
 constexpr auto trialPeriod = std::chrono::milliseconds(5);
 constexpr double firstRetryMs = 1000;
 constexpr double longestRetryMs = 30'000;
@@ -201,7 +203,7 @@ std::shared_ptr<SoundDevice::Line> SoundDevice::deviceLine(State& state)
     line->output->start();
     for (int i = 0; i < trialRounds; ++i) {
         std::this_thread::sleep_for(trialPeriod);
-        if (state.ring->givenTo(*line->feed) > 0 && line->output->position().frames > 0) {
+        if (state.ring->givenTo(*line->feed) > trialFrames && line->output->position().frames > 0) {
             line->running = true;
             return line;
         }

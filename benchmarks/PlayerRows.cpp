@@ -1,0 +1,261 @@
+#include "benchmarks/BenchTake.h"
+#include "benchmarks/Row.h"
+
+#include "media/PreviewItems.h"
+#include "media/stack/Player.h"
+#include "platform/MonotonicClock.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <unistd.h>
+
+namespace kelmo::bench {
+
+namespace {
+
+constexpr QSize window(1280, 720);
+
+QString text(const char* latin) { return QString::fromLatin1(latin); }
+
+/// Runs the event loop until it holds.
+void waitFor(const std::function<bool()>& holds)
+{
+    while (!holds())
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 2);
+}
+
+void waitMs(double ms)
+{
+    const double end = MonotonicClock::nowMs() + ms;
+    waitFor([&] { return MonotonicClock::nowMs() >= end; });
+}
+
+/// What the program's own benchmark prints about a take.
+QJsonObject programBench(const QStringList& arguments)
+{
+    QProcess program;
+    program.start(QCoreApplication::applicationDirPath() % text("/kelmo-editor"), arguments);
+    program.waitForFinished(-1);
+    for (const QByteArray& line : program.readAllStandardOutput().split('\n')) {
+        if (line.startsWith('{'))
+            return QJsonDocument::fromJson(line).object();
+    }
+    std::fprintf(stderr, "no result from %s\n", qPrintable(arguments.join(QLatin1Char(' '))));
+    std::exit(1);
+}
+
+double value(const QJsonObject& object, const char* name) { return object.value(text(name)).toDouble(); }
+
+Outcome previewSpeed()
+{
+    (void)BenchTake::steady(true);
+    std::vector<double> speeds;
+    double slow = 0;
+    for (int i = 0; i < 5; ++i) {
+        const QJsonObject result = programBench({text("--bench-preview"), BenchTake::screenPath(true)});
+        speeds.push_back(result.value(text("realtimeX")).toDouble());
+        slow = std::max(slow, value(result, "framesOver33ms"));
+    }
+    const double speed = median(speeds);
+    return {speed, text("times realtime"), text("4 or more, no frame over 33 ms"), speed >= 4 && slow <= 0,
+        QStringLiteral("at worst %1 frames over 33 ms in a run").arg(slow)};
+}
+
+Outcome playing(const QString& path, const QStringList& more, bool counts)
+{
+    const QJsonObject result = programBench(QStringList{text("--bench-play"), path} + more);
+    const double freezes = value(result, "freezesOver100ms");
+    const double gap = value(result, "maxGapMs");
+    const double frames = value(result, "framesIn5s");
+    const bool met = freezes <= 0 && (!counts || (gap <= 50 && frames >= 145));
+    return {freezes, text("freezes"), counts ? text("0; gap at most 50 ms; 145 frames or more") : text("0"), met,
+        QStringLiteral("longest gap %1 ms, %2 frames in 5 s").arg(gap).arg(frames)};
+}
+
+Outcome playingSteady()
+{
+    (void)BenchTake::steady(true);
+    return playing(BenchTake::screenPath(true), {}, true);
+}
+
+Outcome playingSwapped()
+{
+    (void)BenchTake::steady(true);
+    return playing(BenchTake::screenPath(true), {text("--swap-at"), text("2000")}, true);
+}
+
+Outcome playingLarge()
+{
+    (void)BenchTake::steady(false);
+    const QString path = BenchTake::outputPath(text("large.mov"));
+    if (!QFileInfo::exists(path)) {
+        (void)programSeconds(text("ffmpeg"),
+            {text("-v"), text("error"), text("-y"), text("-i"), BenchTake::screenPath(false), text("-t"), text("20"),
+                text("-vf"), text("scale=3840:2160"), text("-c:v"), text("libx264"), text("-preset"), text("veryfast"),
+                text("-g"), text("120"), text("-c:a"), text("copy"), path});
+    }
+    return playing(path, {}, false);
+}
+
+/// 201 pieces of ten minutes, the last `lastMs` long.
+std::vector<Span> manyPieces(double lastMs)
+{
+    std::vector<Span> keep;
+    for (int i = 0; i < 200; ++i)
+        keep.push_back({i * 2950.0, i * 2950.0 + 2600});
+    keep.push_back({595'000, 595'000 + lastMs});
+    return keep;
+}
+
+Outcome editWhilePlaying()
+{
+    const std::shared_ptr<const LoadedTake> loaded = BenchTake::tenMinutes();
+    PreviewItems items;
+    Player player;
+    player.setMuted(true);
+    player.setPictureBox(window);
+    player.setItem(items.item(CompositionBuilder::build(loaded, manyPieces(1000))), MediaTime::fromMs(60'000));
+    waitFor([&] { return player.picture() != nullptr; });
+    player.play(1);
+    waitMs(1000);
+    std::vector<double> latencies;
+    for (int i = 0; i < 100; ++i) {
+        waitMs(130);
+        const double start = MonotonicClock::nowMs();
+        bool updated = false;
+        const std::shared_ptr<const Built> built = CompositionBuilder::build(loaded, manyPieces(1000 + i));
+        player.setItem(items.item(built), player.position(), [&](bool) { updated = true; });
+        waitFor([&] { return updated; });
+        latencies.push_back(MonotonicClock::nowMs() - start);
+    }
+    const double worst = *std::max_element(latencies.begin(), latencies.end());
+    const double middle = median(latencies);
+    return {middle, text("ms"), text("33 ms; worst 80 ms"), middle <= 33 && worst <= 80,
+        QStringLiteral("worst of 100: %1 ms").arg(worst, 0, 'f', 1)};
+}
+
+Outcome exactSeek()
+{
+    const std::shared_ptr<const LoadedTake> loaded = BenchTake::tenMinutes();
+    Player player;
+    player.setMuted(true);
+    player.setPictureBox(window);
+    player.setItem(PreviewItems().item(CompositionBuilder::build(loaded, {{0, loaded->durationMs}})));
+    waitFor([&] { return player.picture() != nullptr; });
+    std::minstd_rand random(5);
+    std::vector<double> latencies;
+    for (int i = 0; i < 100; ++i) {
+        bool landed = false;
+        const double start = MonotonicClock::nowMs();
+        player.seek(MediaTime::fromMs(random() % 599'000), [&](bool) { landed = true; });
+        waitFor([&] { return landed; });
+        latencies.push_back(MonotonicClock::nowMs() - start);
+    }
+    return {
+        median(latencies), text("ms"), text("not slower than mpv"), false, text("mpv is not measured beside it here")};
+}
+
+Outcome scrubbing()
+{
+    const std::shared_ptr<const LoadedTake> loaded = BenchTake::tenMinutes();
+    Player player;
+    player.setMuted(true);
+    player.setPictureBox(window);
+    player.setItem(PreviewItems().item(CompositionBuilder::build(loaded, {{0, loaded->durationMs}})));
+    waitFor([&] { return player.picture() != nullptr; });
+    std::shared_ptr<const QImage> last;
+    int distinct = 0;
+    QObject::connect(&player, &Player::pictureChanged, [&] {
+        distinct += player.picture() != last;
+        last = player.picture();
+    });
+    const double start = MonotonicClock::nowMs();
+    bool landed = false;
+    for (int i = 0; i < 300; ++i) {
+        // A hand that sweeps over ten seconds of the take and back.
+        const double at = 100'000 + 5000 * (1 + std::sin(i / 48.0));
+        player.seek(MediaTime::fromMs(at), [&landed, i](bool done) { landed = done && i == 299; });
+        if (i < 299)
+            waitMs(start + (i + 1) * 1000.0 / 60 - MonotonicClock::nowMs());
+    }
+    const double lastAsked = MonotonicClock::nowMs();
+    waitFor([&] { return landed; });
+    const double settledMs = MonotonicClock::nowMs() - lastAsked;
+    const double rate = distinct / 5.0;
+    return {rate, text("pictures a second"), text("20 or more; the last within 50 ms"), rate >= 20 && settledMs <= 50,
+        QStringLiteral("the last one after %1 ms").arg(settledMs, 0, 'f', 1)};
+}
+
+Outcome pausedCost()
+{
+    const std::shared_ptr<const LoadedTake> loaded = BenchTake::steady(true);
+    Player player;
+    player.setPictureBox(window);
+    player.setItem(PreviewItems().item(CompositionBuilder::build(loaded, {{0, loaded->durationMs}})));
+    waitFor([&] { return player.picture() != nullptr; });
+    player.preroll();
+    waitMs(2000);
+    const double share = cpuSeconds([] { waitMs(10'000); }) / 10 * 100;
+    return {share, text("% of a core"), text("under 1"), share < 1, text("player and its threads, over 10 s")};
+}
+
+double residentMB()
+{
+    QFile file(text("/proc/self/statm"));
+    if (!file.open(QIODevice::ReadOnly))
+        return 0;
+    return file.readAll().split(' ')[1].toDouble() * double(sysconf(_SC_PAGESIZE)) / 1e6;
+}
+
+/// Plays at three times, seeks and edits for three minutes, which pass some nine minutes of the take.
+Outcome soak()
+{
+    const std::shared_ptr<const LoadedTake> loaded = BenchTake::tenMinutes();
+    PreviewItems items;
+    Player player;
+    player.setMuted(true);
+    player.setPictureBox(window);
+    player.setItem(items.item(CompositionBuilder::build(loaded, manyPieces(1000))));
+    std::minstd_rand random(9);
+    double afterFirst = 0;
+    for (int second = 0; second < 180; ++second) {
+        player.play(3);
+        waitMs(700);
+        player.seek(MediaTime::fromMs(random() % 500'000));
+        waitMs(150);
+        player.setItem(items.item(CompositionBuilder::build(loaded, manyPieces(random() % 4000))), player.position());
+        waitMs(150);
+        if (second == 60)
+            afterFirst = residentMB();
+    }
+    const double growth = residentMB() - afterFirst;
+    return {growth, text("MB"), text("under 20 after the first minute"), growth < 20,
+        QStringLiteral("%1 MB after one minute, three minutes in all").arg(afterFirst, 0, 'f', 0)};
+}
+
+} // namespace
+
+std::vector<Row> playerRows()
+{
+    return {
+        {text("preview-speed"), text("`--bench-preview`, 1080p60 screen and 720p30 webcam"), previewSpeed},
+        {text("play"), text("`--bench-play` on the same"), playingSteady},
+        {text("play-swap"), text("the same with `--swap-at 2000`"), playingSwapped},
+        {text("play-4k"), text("`--bench-play`, 3840×2160 at 60 frames a second"), playingLarge},
+        {text("edit-playing"), text("edit to preview updated while playing, 200 cuts, 10-minute take: median"),
+            editWhilePlaying},
+        {text("exact-seek"), text("exact seek to a random time, 10-minute take: median of 100"), exactSeek},
+        {text("scrub"), text("scrub, 60 requests a second over 5 s"), scrubbing},
+        {text("paused-cpu"), text("paused, picture shown: processor time over 10 s"), pausedCost},
+        {text("player-memory"), text("memory while playing, seeking and editing"), soak},
+    };
+}
+
+} // namespace kelmo::bench

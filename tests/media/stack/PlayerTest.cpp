@@ -1,0 +1,282 @@
+#include "tests/media/stack/PlayerFixture.h"
+
+#include "tools/moviemaker/SoundCode.h"
+
+#include <QElapsedTimer>
+
+#include <random>
+
+namespace kelmo {
+
+namespace {
+
+class PlayerTest : public PlayerFixture { };
+
+
+using Pieces = std::vector<std::pair<int, int>>;
+
+/// The source time that an edit of these pieces shows at an edited time.
+double sourceMs(const Pieces& pieces, double editedMs)
+{
+    for (const auto& [from, to] : pieces) {
+        if (editedMs < to - from)
+            return from + editedMs;
+        editedMs -= to - from;
+    }
+    return pieces.back().second;
+}
+
+int frameAt(double sourceMs) { return int(std::floor(sourceMs * 30 / 1000 + 1e-6)); }
+
+const Pieces joined{{0, 700}, {2000, 2500}, {2600, 3300}, {5000, 5400}, {4000, 4600}, {8000, 8700}};
+
+} // namespace
+
+TEST_F(PlayerTest, playThroughJoinsShowsEveryPieceAndNothingElse)
+{
+    m_player->setItem(item(movie(QStringLiteral("a.mov"), 10), joined));
+    std::vector<std::pair<double, int>> shown;
+    QObject::connect(m_player.get(), &Player::pictureChanged, [&] {
+        const double at = m_player->pictureTime().ms();
+        shown.emplace_back(at, shownNumber().value_or(-1));
+    });
+    m_player->play(1);
+    ASSERT_TRUE(waitUntil([&] { return m_player->status() == Player::Status::Paused; }));
+    EXPECT_EQ(m_player->position().ms(), 3600);
+
+    for (size_t i = 0; i + 1 < shown.size(); ++i) // The last is looked at again when playing ends.
+        EXPECT_EQ(shown[i].second, frameAt(sourceMs(joined, shown[i].first))) << "at " << shown[i].first << " ms";
+    EXPECT_GE(shown.size(), 80u) << "of 108 pictures";
+    // The movie's last kept picture stays.
+    EXPECT_EQ(shownNumber(), frameAt(8699));
+}
+
+TEST_F(PlayerTest, seekAnywhereShowsThatExactFrame)
+{
+    m_player->setItem(item(movie(QStringLiteral("a.mov"), 10), joined));
+    std::minstd_rand random(7);
+    for (int i = 0; i < 30; ++i) {
+        const double at = double(random() % 3600);
+        ASSERT_TRUE(seekAndWait(at));
+        EXPECT_EQ(shownNumber(), frameAt(sourceMs(joined, at))) << "at " << at << " ms";
+        EXPECT_EQ(m_player->position().ms(), at);
+    }
+    ASSERT_TRUE(seekAndWait(99'000));
+    EXPECT_EQ(shownNumber(), frameAt(8699));
+    EXPECT_EQ(m_player->status(), Player::Status::Paused);
+}
+
+TEST_F(PlayerTest, seekOvertakenByLaterOnesSaysSoAndTheLastOneIsShown)
+{
+    m_player->setItem(item(movie(QStringLiteral("a.mov"), 10), {{0, 10'000}}));
+    int finished = 0;
+    int overtaken = 0;
+    for (int i = 0; i < 60; ++i) {
+        m_player->seek(MediaTime::fromMs(100 + i * 150), [&](bool done) { ++(done ? finished : overtaken); });
+        wait(i % 3);
+    }
+    ASSERT_TRUE(waitUntil([&] { return finished + overtaken == 60; }));
+    EXPECT_GE(finished, 1);
+    EXPECT_EQ(shownNumber(), frameAt(100 + 59 * 150));
+}
+
+TEST_F(PlayerTest, pauseStaysOnTheFrameThatIsHeard)
+{
+    m_player->setItem(item(movie(QStringLiteral("a.mov"), 10), joined));
+    for (const int playMs : {230, 410, 650}) {
+        m_player->play(1);
+        wait(playMs);
+        m_player->pause();
+        const double at = m_player->position().ms();
+        EXPECT_TRUE(waitUntil([&] { return shownNumber() == frameAt(sourceMs(joined, at)); }, 1000)) << at;
+        wait(50);
+        EXPECT_EQ(m_player->position().ms(), at) << "a paused player stays";
+    }
+}
+
+TEST_F(PlayerTest, playPictureAndSoundStayTogether)
+{
+    m_player->setItem(item(movie(QStringLiteral("a.mov"), 10), {{0, 10'000}}));
+    ASSERT_TRUE(waitUntil([&] { return m_player->isAudible(); }));
+    m_player->play(1);
+    wait(250);
+    const SoundCode code(1);
+    double worstPicture = 0;
+    for (int i = 0; i < 20; ++i) {
+        wait(80 + i * 7);
+        const AudioOutput* device = m_ear->current;
+        const double position = m_player->position().ms();
+        const double picture = m_player->pictureTime().ms();
+        const int64_t heard = device->position().frames;
+        const std::lock_guard lock(m_ear->mutex);
+        ASSERT_GE(heard, 4096);
+        const std::span<const float> window(m_ear->left.data() + heard - 4096, 4096);
+        const std::optional<double> begin = code.findPosition(window, 48000, 0, 48000 * 10);
+        if (!begin)
+            continue; // The start of playing lies inside the window.
+        EXPECT_NEAR((*begin + 4096) / 48.0, position, 12) << "what is heard is what the clock says";
+        // A picture is on show from its start for one frame.
+        worstPicture = std::max({worstPicture, picture - position, position - picture - frameMs});
+    }
+    EXPECT_LE(worstPicture, 20);
+}
+
+TEST_F(PlayerTest, setItemAThousandTimesWhilePlayingNeverShowsARemovedFrame)
+{
+    const std::shared_ptr<const Asset> asset = movie(QStringLiteral("a.mov"), 10);
+    m_player->setItem(item(asset, {{0, 10'000}}));
+    m_player->play(1);
+    wait(200);
+    int removedShown = 0;
+    int cutMs = 10'000;
+    QObject::connect(m_player.get(), &Player::pictureChanged, [&] {
+        const int number = shownNumber().value_or(0);
+        removedShown += number >= frameAt(5000) && number < frameAt(cutMs);
+    });
+    int finished = 0;
+    for (int i = 0; i < 1000; ++i) {
+        cutMs = 6000 + i % 40 * 50;
+        const MediaTime at = std::min(m_player->position(), MediaTime{4'000'000});
+        m_player->setItem(item(asset, {{0, 5000}, {cutMs, 10'000}}), at, [&](bool done) { finished += done; });
+        if (i % 10 == 0)
+            wait(2);
+    }
+    EXPECT_TRUE(waitUntil([&] { return m_player->status() == Player::Status::Playing; }));
+    EXPECT_GE(finished, 1);
+    EXPECT_EQ(removedShown, 0);
+    const double before = m_player->position().ms();
+    wait(300);
+    EXPECT_GT(m_player->position().ms(), before + 150) << "plays on";
+}
+
+TEST_F(PlayerTest, setItemOfAnotherMovieWhileSeekingShowsOnlyTheNewOne)
+{
+    const std::shared_ptr<const PlayerItem> first = item(movie(QStringLiteral("a.mov"), 10), {{0, 10'000}});
+    const std::shared_ptr<const PlayerItem> second = item(movie(QStringLiteral("b.mov"), 10, 5000), {{0, 10'000}});
+    for (int i = 0; i < 20; ++i) {
+        m_player->setItem(first);
+        for (int k = 0; k < 5; ++k)
+            m_player->seek(MediaTime::fromMs(9000 - k * 1700));
+        wait(i % 5);
+        m_player->setItem(second, MediaTime::fromMs(1000));
+        ASSERT_TRUE(waitUntil([&] { return shownNumber() == 5030; }));
+        wait(20);
+        EXPECT_EQ(shownNumber(), 5030);
+    }
+}
+
+TEST_F(PlayerTest, playFasterKeepsTheClockAndReachesTheEndInTime)
+{
+    m_player->setItem(item(movie(QStringLiteral("a.mov"), 10), {{0, 6000}}));
+    ASSERT_TRUE(seekAndWait(0));
+    for (const double rate : {1.5, 2.0, 3.0}) {
+        ASSERT_TRUE(seekAndWait(0));
+        QElapsedTimer timer;
+        timer.start();
+        m_player->play(rate);
+        double last = 0;
+        while (m_player->status() != Player::Status::Paused && timer.elapsed() < 8000) {
+            const double now = m_player->position().ms();
+            EXPECT_GE(now, last) << "never backwards";
+            last = now;
+            wait(5);
+        }
+        EXPECT_NEAR(double(timer.elapsed()), 6000 / rate, 250) << rate;
+    }
+}
+
+TEST_F(PlayerTest, setRateWhilePausedDoesNotStartPlaying)
+{
+    m_player->setItem(item(movie(QStringLiteral("a.mov"), 2), {{0, 2000}}));
+    m_player->setRate(2);
+    wait(100);
+    EXPECT_EQ(m_player->status(), Player::Status::Paused);
+    EXPECT_EQ(m_player->position().ms(), 0);
+}
+
+TEST_F(PlayerTest, pictureBoxEmptyNothingIsDecoded)
+{
+    m_player->setPictureBox({});
+    m_player->setItem(item(movie(QStringLiteral("a.mov"), 2), {{0, 2000}}));
+    ASSERT_TRUE(seekAndWait(500));
+    EXPECT_EQ(m_player->picture(), nullptr);
+    m_player->setPictureBox({160, 90});
+    ASSERT_TRUE(waitUntil([&] { return m_player->picture() != nullptr; }));
+    EXPECT_EQ(m_player->picture()->size(), QSize(160, 90));
+    EXPECT_EQ(shownNumber(), 15);
+}
+
+TEST_F(PlayerTest, fileTruncatedWhilePlayingGoesOnToTheEndWithoutIt)
+{
+    const std::shared_ptr<const Asset> asset = movie(QStringLiteral("a.mov"), 10);
+    m_player->setItem(item(asset, {{0, 2000}, {5000, 6000}}));
+    m_player->play(2);
+    wait(200);
+    ASSERT_TRUE(QFile::resize(asset->path(), 20'000));
+    EXPECT_TRUE(waitUntil([&] { return m_player->status() == Player::Status::Paused; }));
+    EXPECT_EQ(m_player->position().ms(), 3000);
+}
+
+TEST_F(PlayerTest, quitAtAnyMomentEndsAtOnce)
+{
+    const std::shared_ptr<const PlayerItem> whole = item(movie(QStringLiteral("a.mov"), 10), {{0, 10'000}});
+    for (int i = 0; i < 12; ++i) {
+        makePlayer();
+        m_player->setItem(whole, MediaTime::fromMs(9900));
+        if (i % 2)
+            m_player->play(3);
+        m_player->seek(MediaTime::fromMs(100 * i));
+        wait(i * 3);
+        QElapsedTimer timer;
+        timer.start();
+        m_player.reset();
+        EXPECT_LT(timer.elapsed(), 500);
+    }
+}
+
+TEST_F(PlayerTest, deviceVanishesPlayingGoesOnAndSoundComesBack)
+{
+    m_player->setItem(item(movie(QStringLiteral("a.mov"), 10), {{0, 10'000}}));
+    ASSERT_TRUE(waitUntil([&] { return m_player->isAudible(); }));
+    m_player->play(1);
+    wait(300);
+    m_ear->refusesToOpen = true;
+    m_ear->lost = true;
+    ASSERT_TRUE(waitUntil([&] { return m_ear->current == nullptr; }));
+    const double before = m_player->position().ms();
+    wait(500);
+    EXPECT_NEAR(m_player->position().ms(), before + 500, 100) << "on the timer";
+    EXPECT_FALSE(m_player->isAudible());
+    m_ear->lost = false;
+    m_ear->refusesToOpen = false;
+    EXPECT_TRUE(waitUntil([&] { return m_player->isAudible(); }));
+    EXPECT_EQ(m_player->status(), Player::Status::Playing);
+}
+
+TEST_F(PlayerTest, deviceThatNeverCallsBackIsLeftAlone)
+{
+    m_ear->neverCalls = true;
+    makePlayer();
+    m_player->setItem(item(movie(QStringLiteral("a.mov"), 10), {{0, 10'000}}));
+    m_player->play(1);
+    ASSERT_TRUE(waitUntil([&] { return m_player->position().ms() > 300; }));
+    const double before = m_player->position().ms();
+    wait(700);
+    EXPECT_NEAR(m_player->position().ms(), before + 700, 100);
+    EXPECT_FALSE(m_player->isAudible());
+}
+
+TEST_F(PlayerTest, mutedNoDeviceIsOpened)
+{
+    m_player.reset();
+    m_ear->opened = 0;
+    makePlayer();
+    m_player->setMuted(true);
+    m_player->setItem(item(movie(QStringLiteral("a.mov"), 2), {{0, 1000}}));
+    m_player->play(1);
+    EXPECT_TRUE(waitUntil([&] { return m_player->position().ms() == 1000; }));
+    EXPECT_LE(m_ear->opened, 1) << "at most the one that was being opened when it was muted";
+    EXPECT_FALSE(m_player->isAudible());
+}
+
+} // namespace kelmo

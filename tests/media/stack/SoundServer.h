@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QProcess>
+#include <QTemporaryDir>
+
+namespace kelmo {
+
+/// A PulseAudio daemon of the test's own, with one sink that nobody hears and whose sound can be recorded. While it
+/// lives, the process's sound goes there. Owned by the test; main thread only.
+class SoundServer {
+public:
+    SoundServer();
+    ~SoundServer();
+    SoundServer(const SoundServer&) = delete;
+    SoundServer& operator=(const SoundServer&) = delete;
+
+    [[nodiscard]] static bool isInstalled();
+    [[nodiscard]] bool start(); ///< Also again, after kill().
+    void kill(); ///< As a crash would.
+
+    [[nodiscard]] bool startRecording();
+    /// Ends the recording: interleaved stereo at 48 kHz.
+    [[nodiscard]] std::vector<float> stopRecording();
+
+private:
+    QTemporaryDir m_folder;
+    QProcess m_daemon;
+    QProcess m_recorder;
+};
+
+} // namespace kelmo

@@ -1,0 +1,124 @@
+#include "tests/media/stack/SoundServer.h"
+
+#include "media/stack/AudioMixer.h"
+#include "media/stack/CubebOutput.h"
+#include "platform/MonotonicClock.h"
+#include "tests/media/stack/PlayerFixture.h"
+
+#include <cmath>
+
+namespace kelmo {
+
+namespace {
+
+class SoundServerTest : public PlayerFixture {
+protected:
+    void SetUp() override
+    {
+        if (!SoundServer::isInstalled())
+            GTEST_SKIP() << "pulseaudio and pulseaudio-utils are not installed";
+        ASSERT_TRUE(m_server.start());
+        m_player = std::make_unique<Player>();
+        ASSERT_TRUE(waitUntil([&] { return m_player->isAudible(); }));
+    }
+    void TearDown() override { m_player.reset(); }
+
+    SoundServer m_server;
+};
+
+std::vector<std::pair<int, int>> fiftyOnePieces()
+{
+    std::vector<std::pair<int, int>> pieces;
+    for (int i = 0; i < 51; ++i)
+        pieces.emplace_back(i * 190 + (i * 37) % 50, i * 190 + (i * 37) % 50 + 100);
+    return pieces;
+}
+
+std::vector<VolumeRamp> rampsOf(const Composition& composition)
+{
+    std::vector<VolumeRamp> ramps;
+    const MediaTime fade{5000};
+    const std::vector<CompositionSegment>& segments = composition.screen.segments;
+    for (size_t i = 0; i < segments.size(); ++i) {
+        if (i > 0)
+            ramps.push_back({{segments[i].at, fade}, 0, 1});
+        if (i + 1 < segments.size())
+            ramps.push_back({{segments[i].place().end() - fade, fade}, 1, 0});
+    }
+    return ramps;
+}
+
+/// Where `wanted` begins in a recording: the first frame that is not silence, seen from both.
+int64_t alignment(const std::vector<float>& recorded, const std::vector<float>& wanted)
+{
+    const auto loud = [](const std::vector<float>& sound) {
+        const auto found = std::find_if(sound.begin(), sound.end(), [](float value) { return value != 0; });
+        return (found - sound.begin()) / 2 * 2;
+    };
+    return loud(recorded) - loud(wanted);
+}
+
+} // namespace
+
+TEST_F(SoundServerTest, playAcrossFiftyJoinsIsHeardToTheSample)
+{
+    auto joined = std::make_shared<PlayerItem>(*item(movie(QStringLiteral("a.mov"), 10), fiftyOnePieces()));
+    joined->ramps = rampsOf(*joined->composition);
+    m_player->setItem(joined);
+    ASSERT_TRUE(m_server.startRecording());
+    m_player->play(1);
+    ASSERT_TRUE(waitUntil([&] { return m_player->status() == Player::Status::Paused; }));
+    wait(300);
+    const std::vector<float> recorded = m_server.stopRecording();
+
+    const auto frames = int(AudioMixer::sampleAt(joined->composition->duration));
+    std::vector<float> wanted(size_t(frames) * 2);
+    const Result<std::unique_ptr<AudioMixer>> mixer = AudioMixer::open(joined->composition->audio, joined->ramps);
+    ASSERT_TRUE(mixer);
+    ASSERT_TRUE((*mixer)->mix(0, frames, wanted.data()));
+
+    const int64_t from = alignment(recorded, wanted);
+    ASSERT_GE(from, 0);
+    ASSERT_GE(int64_t(recorded.size()) - from, int64_t(wanted.size()));
+    int64_t different = 0;
+    for (size_t i = 0; i < wanted.size(); ++i)
+        different += std::abs(recorded[size_t(from) + i] - wanted[i]) > 1e-6f;
+    EXPECT_EQ(different, 0) << "of " << wanted.size();
+}
+
+TEST_F(SoundServerTest, killTheServerPlayingGoesOnAndSoundComesBack)
+{
+    m_player->setItem(item(movie(QStringLiteral("a.mov"), 10), {{0, 10'000}}));
+    m_player->play(1);
+    ASSERT_TRUE(waitUntil([&] { return m_player->position().ms() > 500; }));
+    m_server.kill();
+    ASSERT_TRUE(waitUntil([&] { return !m_player->isAudible(); }));
+    const double before = m_player->position().ms();
+    wait(500);
+    EXPECT_NEAR(m_player->position().ms(), before + 500, 150);
+    ASSERT_TRUE(m_server.start());
+    EXPECT_TRUE(waitUntil([&] { return m_player->isAudible(); }));
+    EXPECT_EQ(m_player->status(), Player::Status::Playing);
+}
+
+TEST_F(SoundServerTest, positionRunsEvenlyWithTheClockOnTheWall)
+{
+    m_player.reset();
+    CubebOutput output;
+    ASSERT_TRUE(output.open([](float* out, int frames) { std::fill_n(out, frames * 2, 0.0f); }));
+    output.start();
+    wait(1500); // A server's own clock needs a while to settle.
+    const AudioOutput::Position first = output.position();
+    double worstMs = 0;
+    for (int i = 0; i < 200; ++i) {
+        wait(10);
+        const AudioOutput::Position now = output.position();
+        const double heardMs = double(now.frames - first.frames) / 48;
+        worstMs = std::max(worstMs, std::abs(heardMs - (now.atMs - first.atMs)));
+    }
+    EXPECT_LT(worstMs, 15);
+    RecordProperty("worstMs", std::to_string(worstMs));
+    output.stop();
+}
+
+} // namespace kelmo
