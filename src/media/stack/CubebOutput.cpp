@@ -12,7 +12,7 @@ namespace {
 
 constexpr const char* clientName = "KelmoEditor";
 /// Long enough for a busy machine to keep up, short enough for a pause to be heard at once.
-constexpr uint32_t leastLatency = 1920;
+constexpr uint32_t leastLatency = 3840;
 
 Result<void> refused(const QString& what) { return failure(QStringLiteral("Sound"), 1, what); }
 

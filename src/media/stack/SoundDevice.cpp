@@ -5,6 +5,7 @@
 #include "telemetry/Log.h"
 
 #include <algorithm>
+#include <atomic>
 
 namespace kelmo {
 
@@ -14,10 +15,10 @@ constexpr auto watchPeriod = std::chrono::milliseconds(50);
 constexpr auto restPeriod = std::chrono::milliseconds(500);
 constexpr auto quitPatience = std::chrono::seconds(2);
 constexpr double restAfterMs = 300; ///< What the device holds has been heard by then.
-constexpr double stuckAfterMs = 1000; ///< A running device that pulls nothing for so long hangs.
-/// A tenth of a second that passed is proof; servers may take half a second to begin.
+constexpr double stuckAfterMs = 3000; ///< A running device that pulls nothing for so long hangs.
+/// A tenth of a second that passed is proof. A server that has mixed two seconds ahead takes so long to begin.
 constexpr int64_t trialFrames = 4800;
-constexpr int trialRounds = 300;
+constexpr int trialRounds = 500;
 constexpr auto trialPeriod = std::chrono::milliseconds(5);
 constexpr double firstRetryMs = 1000;
 constexpr double longestRetryMs = 30'000;
@@ -44,6 +45,7 @@ struct SoundDevice::State {
     bool running = false;
     double stoppedAtMs = 0;
     bool ending = false;
+    std::atomic<bool> quitting = false; ///< The same, to be looked at without the lock.
     bool ended = false;
     double retryAtMs = 0;
     double retryMs = firstRetryMs;
@@ -61,6 +63,7 @@ SoundDevice::~SoundDevice()
 {
     std::unique_lock lock(m_state->mutex);
     m_state->ending = true;
+    m_state->quitting = true;
     m_state->changed.notify_all();
     const bool ended = m_state->changed.wait_for(lock, quitPatience, [this] { return m_state->ended; });
     lock.unlock();
@@ -201,7 +204,7 @@ std::shared_ptr<SoundDevice::Line> SoundDevice::deviceLine(State& state)
     if (!line->output || !line->output->open(pull))
         return nullptr;
     line->output->start();
-    for (int i = 0; i < trialRounds; ++i) {
+    for (int i = 0; i < trialRounds && !state.quitting; ++i) {
         std::this_thread::sleep_for(trialPeriod);
         if (state.ring->givenTo(*line->feed) > trialFrames && line->output->position().frames > 0) {
             line->running = true;

@@ -2,7 +2,6 @@
 
 #include "media/stack/AudioMixer.h"
 #include "media/stack/CubebOutput.h"
-#include "platform/MonotonicClock.h"
 #include "tests/media/stack/PlayerFixture.h"
 
 #include <cmath>
@@ -81,9 +80,14 @@ TEST_F(SoundServerTest, playAcrossFiftyJoinsIsHeardToTheSample)
     ASSERT_GE(from, 0);
     ASSERT_GE(int64_t(recorded.size()) - from, int64_t(wanted.size()));
     int64_t different = 0;
-    for (size_t i = 0; i < wanted.size(); ++i)
-        different += std::abs(recorded[size_t(from) + i] - wanted[i]) > 1e-6f;
-    EXPECT_EQ(different, 0) << "of " << wanted.size();
+    int64_t firstDifferent = -1;
+    for (size_t i = 0; i < wanted.size(); ++i) {
+        if (std::abs(recorded[size_t(from) + i] - wanted[i]) <= 1e-6f)
+            continue;
+        if (different++ == 0)
+            firstDifferent = int64_t(i);
+    }
+    EXPECT_EQ(different, 0) << "of " << wanted.size() << ", the first at " << firstDifferent;
 }
 
 TEST_F(SoundServerTest, killTheServerPlayingGoesOnAndSoundComesBack)
@@ -97,27 +101,30 @@ TEST_F(SoundServerTest, killTheServerPlayingGoesOnAndSoundComesBack)
     wait(500);
     EXPECT_NEAR(m_player->position().ms(), before + 500, 150);
     ASSERT_TRUE(m_server.start());
-    EXPECT_TRUE(waitUntil([&] { return m_player->isAudible(); }));
+    EXPECT_TRUE(waitUntil([&] { return m_player->isAudible(); }, 15'000));
     EXPECT_EQ(m_player->status(), Player::Status::Playing);
 }
 
-TEST_F(SoundServerTest, positionRunsEvenlyWithTheClockOnTheWall)
+TEST_F(SoundServerTest, positionIsNeverAheadOfTheSoundNorFarBehind)
 {
     m_player.reset();
+    std::atomic<int64_t> pulled = 0;
     CubebOutput output;
-    ASSERT_TRUE(output.open([](float* out, int frames) { std::fill_n(out, frames * 2, 0.0f); }));
+    ASSERT_TRUE(output.open([&](float* out, int frames) {
+        std::fill_n(out, frames * 2, 0.0f);
+        pulled += frames;
+    }));
     output.start();
-    wait(1500); // A server's own clock needs a while to settle.
-    const AudioOutput::Position first = output.position();
-    double worstMs = 0;
+    ASSERT_TRUE(waitUntil([&] { return pulled > 24'000; }));
+    int64_t before = 0;
     for (int i = 0; i < 200; ++i) {
         wait(10);
-        const AudioOutput::Position now = output.position();
-        const double heardMs = double(now.frames - first.frames) / 48;
-        worstMs = std::max(worstMs, std::abs(heardMs - (now.atMs - first.atMs)));
+        const int64_t heard = output.position().frames;
+        EXPECT_GE(heard, before);
+        EXPECT_LE(heard, pulled);
+        EXPECT_GE(heard, pulled - 48 * 100) << "a tenth of a second is more than any buffer asked for";
+        before = heard;
     }
-    EXPECT_LT(worstMs, 15);
-    RecordProperty("worstMs", std::to_string(worstMs));
     output.stop();
 }
 
