@@ -10,6 +10,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QTimer>
 
 #include <cstdio>
 #include <cstdlib>
@@ -27,8 +28,16 @@ QString text(const char* latin) { return QString::fromLatin1(latin); }
 /// Runs the event loop until it holds.
 void waitFor(const std::function<bool()>& holds)
 {
-    while (!holds())
-        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents, 2);
+    QEventLoop loop;
+    QTimer poll; // Often enough to measure milliseconds, and asleep in between.
+    QObject::connect(&poll, &QTimer::timeout, [&] {
+        if (holds())
+            loop.quit();
+    });
+    if (holds())
+        return;
+    poll.start(1);
+    loop.exec();
 }
 
 void waitMs(double ms)
