@@ -85,6 +85,10 @@ TEST_F(EditorExport, exportReportsItsFileItsProgressAndItsTimes)
     Export small = start();
     ASSERT_TRUE(QCoro::waitFor(small));
     EXPECT_EQ(loggedLike(QStringLiteral("timing"), QStringLiteral(R"(export H\.264 90p15 \[writer\] .*)")).size(), 1);
+    Export native = m_editor->exportVideo(Codec::H264, 0, 20, writer); // An argument of 0 overrules the setting.
+    ASSERT_TRUE(QCoro::waitFor(native));
+    EXPECT_EQ(
+        loggedLike(QStringLiteral("timing"), QStringLiteral(R"(export H\.264 native20 \[writer\] .*)")).size(), 1);
 }
 
 TEST_F(EditorExport, exportWithoutATakeOrWhileOneRunsIsRefused)

@@ -1,5 +1,6 @@
 #include "media/Exporter.h"
 #include "media/FrameGrab.h"
+#include "media/stack/FrameConverter.h"
 #include "tests/media/ExportedMovie.h"
 #include "tests/media/MadeTake.h"
 
@@ -175,6 +176,19 @@ TEST(Color, exportedAndGrabbedColoursAreTheSources)
             }
         }
     }
+}
+
+TEST(Color, turnedPicturesSayWhatTheyWereTakenFor)
+{
+    // Of 480 lines as coded, 720 once upright: what was assumed for decoding must hold for encoding, too.
+    const VideoFrame coded = FramePool(720, 480).black({});
+    for (const int turns : {0, 1, 2, 3}) {
+        const bool lying = turns % 2 == 0;
+        FrameConverter converter(lying ? 720 : 480, lying ? 480 : 720, turns, {}, Scaling::Fine);
+        EXPECT_EQ(converter.convert(coded).color(), (ColorTags{6, 6, 6, false})) << turns;
+    }
+    FrameConverter known(720, 480, 0, {1, 1, 1, false}, Scaling::Fine);
+    EXPECT_EQ(known.convert(coded).color(), (ColorTags{1, 1, 1, false})) << "the container knows more";
 }
 
 } // namespace kelmo
