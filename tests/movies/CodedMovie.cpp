@@ -54,7 +54,9 @@ Result<void> write(const CodedMovie& movie)
     if (!maker)
         return tl::unexpected(maker.error());
     for (size_t i = 0; i < movie.times.size(); ++i) {
-        if (Result<void> added = maker->addVideoFrame(numbered(*movie.spec.video, movie.firstNumber + int(i)), movie.times[i]); !added)
+        if (Result<void> added
+            = maker->addVideoFrame(numbered(*movie.spec.video, movie.firstNumber + int(i)), movie.times[i]);
+            !added)
             return added;
     }
     if (Result<void> sound = writeSound(*maker, movie); !sound)

@@ -12,7 +12,6 @@ namespace {
 
 class PlayerTest : public PlayerFixture { };
 
-
 using Pieces = std::vector<std::pair<int, int>>;
 
 /// The source time that an edit of these pieces shows at an edited time.
