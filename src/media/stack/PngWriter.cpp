@@ -1,6 +1,7 @@
 #include "media/stack/PngWriter.h"
 
 #include "media/stack/PixelColors.h"
+#include "media/stack/PngPacker.h"
 
 extern "C" {
 #include <libavutil/opt.h>
@@ -49,8 +50,6 @@ AvHandle<AVFrame> asRgb(const VideoFrame& frame, int width, int height)
     rgb->height = height;
     if (sws_scale_frame(scaler.get(), rgb.get(), source.get()) < 0)
         return nullptr;
-    rgb->color_primaries = AVCOL_PRI_BT709;
-    rgb->color_trc = AVCOL_TRC_IEC61966_2_1;
     return rgb;
 }
 
@@ -59,25 +58,10 @@ AvHandle<AVFrame> asRgb(const VideoFrame& frame, int width, int height)
 Result<QByteArray> pngOf(const VideoFrame& frame, int width, int height)
 {
     const AvHandle<AVFrame> rgb = asRgb(frame, width, height);
-    const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_PNG);
-    const AvHandle<AVCodecContext> context(codec && rgb ? avcodec_alloc_context3(codec) : nullptr);
-    if (!context)
+    const QByteArray png = rgb ? PngPacker::pack(rgb->data[0], width, height, rgb->linesize[0]) : QByteArray();
+    if (png.isEmpty())
         return avFailure(AVERROR(ENOMEM), operation, subject);
-    context->width = width;
-    context->height = height;
-    context->pix_fmt = AV_PIX_FMT_RGB24;
-    context->time_base = {1, 1};
-    // Screens pack well at any strength, and the reader waits.
-    context->compression_level = 1;
-    int code = avcodec_open2(context.get(), codec, nullptr);
-    if (code >= 0)
-        code = avcodec_send_frame(context.get(), rgb.get());
-    const AvHandle<AVPacket> packet = makeAvPacket();
-    if (code >= 0)
-        code = avcodec_receive_packet(context.get(), packet.get());
-    if (code < 0)
-        return avFailure(code, operation, subject);
-    return QByteArray(reinterpret_cast<const char*>(packet->data), packet->size);
+    return png;
 }
 
 } // namespace kelmo
