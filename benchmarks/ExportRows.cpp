@@ -161,12 +161,22 @@ Outcome exportAgainstLimit()
     const std::shared_ptr<const Built> built
         = CompositionBuilder::build(BenchTake::steady(false), BenchTake::fortyCuts());
     const double cores = std::thread::hardware_concurrency();
+    std::vector<double> ourCpuSeconds;
     const Pair seconds = alternate(
-        rounds, [&] { return exportSeconds(built, Codec::H264, BenchTake::outputPath(text("ours.mp4"))); },
+        rounds,
+        [&] {
+            double wall = 0;
+            ourCpuSeconds.push_back(
+                cpuSeconds([&] { wall = exportSeconds(built, Codec::H264, BenchTake::outputPath(text("ours.mp4"))); }));
+            return wall;
+        },
         [&] { return neededCpuSeconds(*built) / cores; });
     const double share = seconds.ours / seconds.peer;
     return {share, text("of the limit"), text("1.1 or less"), share <= 1.1,
-        QStringLiteral("%1 s against %2 s").arg(seconds.ours, 0, 'f', 2).arg(seconds.peer, 0, 'f', 2)};
+        QStringLiteral("%1 s (processor time over the cores %2 s) against %3 s")
+            .arg(seconds.ours, 0, 'f', 2)
+            .arg(median(ourCpuSeconds) / cores, 0, 'f', 2)
+            .arg(seconds.peer, 0, 'f', 2)};
 }
 
 /// PSNR of the luma against the same edit in lossless form.

@@ -6,8 +6,16 @@ namespace kelmo {
 
 namespace {
 
-/// Deep enough that no stage waits for another's hiccup, small enough for 4K.
-constexpr size_t queueDepth = 6;
+/// A cut costs the decoder the way from the key picture, so the encoder lives on what is in stock meanwhile.
+constexpr size_t mostStockBytes = 100'000'000;
+
+/// How many pictures of a size to keep in stock: at least what evens out small hiccups.
+size_t stockOf(Exporter::Size size)
+{
+    const size_t bytes = size_t(size.width) * size_t(size.height) * 3 / 2;
+    return std::clamp<size_t>(mostStockBytes / std::max<size_t>(bytes, 1), 6, 60);
+}
+
 constexpr int sessionFps = 60;
 /// The most pictures a second that an edit without a grid may have; more is a broken clock.
 constexpr int mostOwnFps = 240;
@@ -23,8 +31,8 @@ ExportRun::ExportRun(std::shared_ptr<const Built> built, const ExportSettings& s
     , m_size(size)
     , m_progress(progress)
     , m_cancelled(cancelled)
-    , m_screen(queueDepth)
-    , m_camera(queueDepth)
+    , m_screen(stockOf(size))
+    , m_camera(stockOf(size))
 {
     if (m_settings.engine == ExportSettings::Engine::Session)
         m_settings.fps = sessionFps;
