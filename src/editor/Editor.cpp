@@ -24,9 +24,10 @@ Editor::~Editor()
     m_workers.waitForDone();
 }
 
-void Editor::setStatus(std::optional<QString> status)
+void Editor::setStatus(std::optional<QString> status, StatusKind kind)
 {
     m_status = std::move(status);
+    m_statusKind = kind;
     Q_EMIT statusChanged();
 }
 

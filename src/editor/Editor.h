@@ -26,6 +26,8 @@ class Editor : public QObject {
 
 public:
     enum class Sound { On, Muted };
+    /// Whether a status line tells what was done, or what went wrong and is to be read.
+    enum class StatusKind { Notice, Problem };
 
     explicit Editor(Sound sound = Sound::On);
     ~Editor() override;
@@ -53,6 +55,8 @@ public:
 
     // What the window shows besides.
     [[nodiscard]] const std::optional<QString>& status() const { return m_status; } ///< One line for the user.
+    [[nodiscard]] StatusKind statusKind() const { return m_statusKind; }
+    void setStatus(std::optional<QString> status, StatusKind kind = StatusKind::Notice);
     [[nodiscard]] const std::vector<Take::Listing>& takes() const { return m_takes; }
     [[nodiscard]] std::optional<double> exportProgress() const { return m_exportProgress; } ///< 0 to 1 while exporting.
     [[nodiscard]] Codec codec() const { return m_codec; }
@@ -134,7 +138,6 @@ private:
     void endTrimPreview(const QString& name);
     int replaceWordCuts(const QString& reason, const std::vector<Word>& newWords);
     void recount();
-    void setStatus(std::optional<QString> status);
     [[nodiscard]] double playheadSourceMs() const { return m_timeline.source(m_playhead.ms()); }
     void reportTrim(const std::optional<QString>& refusal);
 
@@ -192,6 +195,7 @@ private:
     QUndoStack m_undo;
 
     std::optional<QString> m_status;
+    StatusKind m_statusKind = StatusKind::Notice;
     std::vector<Take::Listing> m_takes;
     std::optional<double> m_exportProgress;
     Codec m_codec = Codec::Hevc;

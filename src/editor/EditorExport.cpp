@@ -172,7 +172,11 @@ QCoro::Task<void> Editor::exportFromUI()
         FileReveal::reveal(result->path);
         co_return;
     }
-    setStatus(QStringLiteral("Export failed: ") % userText(result.error()));
+    if (result.error() == Exporter::cancellation()) {
+        setStatus(QStringLiteral("Export cancelled"));
+        co_return;
+    }
+    setStatus(QStringLiteral("Export failed: ") % userText(result.error()), StatusKind::Problem);
     Log::line(u"error", QStringLiteral("export failed: ") % userText(result.error()));
 }
 

@@ -57,7 +57,7 @@ void Editor::open(const QString& path)
     const double startedAt = MonotonicClock::nowMs();
     const Result<Take> take = Take::load(path);
     if (!take) {
-        setStatus(userText(take.error()));
+        setStatus(userText(take.error()), StatusKind::Problem);
         Log::line(u"error", QStringLiteral("open failed: ") % userText(take.error()));
         return;
     }
@@ -116,7 +116,7 @@ QCoro::Task<void> Editor::loadMedia(Take take, double startedAt)
     if (!self || m_openGeneration != generation)
         co_return;
     if (!loaded) {
-        setStatus(QStringLiteral("Couldn't open: ") % userText(loaded.error()));
+        setStatus(QStringLiteral("Couldn't open: ") % userText(loaded.error()), StatusKind::Problem);
         Log::line(u"error", QStringLiteral("open failed: ") % userText(loaded.error()));
         co_return;
     }

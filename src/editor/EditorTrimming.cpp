@@ -53,7 +53,7 @@ void Editor::clearTrim()
 void Editor::reportTrim(const std::optional<QString>& refusal)
 {
     if (refusal)
-        setStatus(refusal);
+        setStatus(refusal, StatusKind::Problem);
 }
 
 void Editor::trimStartToPlayhead()

@@ -83,7 +83,7 @@ Result<ExportReport> ExportRun::run(const QString& path)
     m_threads.clear();
 
     if (m_cancelled)
-        return failure(QStringLiteral("Export"), 6, QStringLiteral("The export was cancelled"));
+        return tl::unexpected(Exporter::cancellation());
     if (m_error)
         return tl::unexpected(*m_error);
     if (Result<void> finished = m_writer->finish(); !finished)

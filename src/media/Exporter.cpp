@@ -11,6 +11,8 @@ constexpr int mostFps = 240;
 
 } // namespace
 
+Error Exporter::cancellation() { return {QStringLiteral("Export"), 6, QStringLiteral("The export was cancelled")}; }
+
 Result<Exporter::Size> Exporter::outputSize(const Built& built, const ExportSettings& settings)
 {
     Size size{built.loaded->renderWidth, built.loaded->renderHeight};

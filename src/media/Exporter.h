@@ -36,10 +36,13 @@ public:
 
     /// Writes the edit to `path`. Blocks until the file is whole; call it on a worker. Fails with a sentence, and
     /// leaves nothing behind, when a source cannot be read, no encoder works, the disk is full, or `cancelled` becomes
-    /// true (domain "Export", code 6).
+    /// true.
     [[nodiscard]] static Result<ExportReport> run(const std::shared_ptr<const Built>& built,
         const ExportSettings& settings, const QString& path, const Progress& progress,
         const std::atomic<bool>& cancelled);
+
+    /// What an export that was cancelled fails with.
+    [[nodiscard]] static Error cancellation();
 
     /// The size of the video that these settings give. Fails when there is no sense in it.
     struct Size {

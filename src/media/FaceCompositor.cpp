@@ -10,6 +10,7 @@ namespace {
 constexpr double diameterShare = 0.26;
 constexpr double marginShare = 0.04;
 constexpr double softEdge = 1.5; ///< Pixels.
+constexpr int prewarmSize = 64;
 
 /// b where alpha is 0, f where it is 255, rounded to the nearest between.
 uint8_t blended(int b, int f, int alpha)
@@ -33,6 +34,17 @@ std::vector<uint8_t> circleAlpha(int diameter)
 }
 
 } // namespace
+
+void FaceCompositor::prewarm()
+{
+    const FaceCompositor compositor(prewarmSize, prewarmSize);
+    const ColorTags color = ColorTags().completed(prewarmSize);
+    const VideoFrame black = compositor.m_pool.black(color);
+    FaceScaler scaler(compositor.faceSize(), color, prewarmSize, prewarmSize, 0);
+    const std::shared_ptr<const FacePicture> face = black ? scaler.scale(black) : nullptr;
+    if (face)
+        (void)compositor.compose(black, *face);
+}
 
 FaceCircle FaceCircle::in(int width, int height)
 {

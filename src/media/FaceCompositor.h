@@ -23,6 +23,10 @@ public:
     /// For pictures of this size.
     FaceCompositor(int width, int height);
 
+    /// Runs the whole way once on a tiny picture, so that libraries are in memory before the first one that anybody
+    /// waits for. Any thread.
+    static void prewarm();
+
     [[nodiscard]] const FaceCircle& circle() const { return m_circle; }
     [[nodiscard]] int faceSize() const override { return m_circle.diameter; }
 

@@ -143,6 +143,12 @@ TEST_F(EditorExport, cancelExportStopsSoonAndLeavesNothing)
         EXPECT_TRUE(written().isEmpty());
     }
     m_editor->cancelExport(); // With none running.
+
+    QCoro::Task<void> fromUI = m_editor->exportFromUI();
+    m_editor->cancelExport();
+    QCoro::waitFor(fromUI);
+    EXPECT_EQ(m_editor->status(), QStringLiteral("Export cancelled")) << "no failure: it is what was asked for";
+    EXPECT_EQ(m_editor->statusKind(), Editor::StatusKind::Notice);
 }
 
 TEST_F(EditorExport, destroyingTheEditorDuringExportsAndGrabsIsSafe)
