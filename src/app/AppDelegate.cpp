@@ -2,20 +2,28 @@
 
 #include "platform/MonotonicClock.h"
 #include "telemetry/Log.h"
+#include "views/HeaderBar.h"
+#include "views/OpenPanel.h"
+#include "views/RootView.h"
 
-#include <QGuiApplication>
+#include <QApplication>
 
 namespace kelmo {
 
-AppDelegate::AppDelegate(CommandLine commandLine, double launchMs)
+AppDelegate::AppDelegate(CommandLine commandLine, double launchMs, Display display)
     : m_commandLine(std::move(commandLine))
     , m_launchMs(launchMs)
+    , m_display(display)
 {
 }
 
-void AppDelegate::launch()
+AppDelegate::~AppDelegate() = default;
+
+void AppDelegate::applicationDidFinishLaunching()
 {
     m_editor = std::make_unique<Editor>(m_commandLine.muted ? Editor::Sound::Muted : Editor::Sound::On);
+    if (m_display == Display::Present)
+        buildWindow();
     m_editor->onOpen = [this] { reveal(); };
     if (!m_commandLine.background) {
         reveal();
@@ -31,14 +39,44 @@ void AppDelegate::launch()
             % QStringLiteral(" ms"));
 }
 
+void AppDelegate::buildWindow()
+{
+    m_menu = std::make_unique<MainMenu>(*this);
+    m_window = std::make_unique<EditorWindow>();
+    auto* root = new RootView(*m_editor, m_window.get());
+    root->header().setMainMenu(m_menu->menu());
+    m_window->setContent(root);
+    m_menu->addKeysTo(*m_window);
+    m_keyMonitor = std::make_unique<KeyMonitor>(*m_editor, *m_menu, m_window.get());
+    connect(m_window.get(), &EditorWindow::willClose, this, &AppDelegate::windowWillClose);
+    connect(m_editor.get(), &Editor::takeChanged, m_window.get(), [this] {
+        const std::optional<Take>& take = m_editor->take();
+        m_window->setWindowTitle(take ? take->base : QStringLiteral("Vorlix"));
+    });
+    for (const auto changed : {&Editor::takeChanged, &Editor::timelineChanged, &Editor::cutsChanged})
+        connect(m_editor.get(), changed, m_menu.get(), &MainMenu::validate);
+    m_menu->validate();
+}
+
 void AppDelegate::reveal()
 {
-    // Without a display agents are served all the same.
-    if (QGuiApplication::platformName() == QStringLiteral("offscreen"))
-        return;
-    if (!m_window)
-        m_window = std::make_unique<PlainWindow>(*m_editor);
-    m_window->reveal();
+    if (m_window)
+        m_window->reveal();
+}
+
+void AppDelegate::applicationShouldHandleReopen(const std::optional<QString>& take)
+{
+    reveal();
+    if (take)
+        m_editor->open(*take);
+    else if (!m_editor->take())
+        m_editor->openNewest();
+}
+
+void AppDelegate::windowWillClose()
+{
+    if (m_editor->isPlaying())
+        m_editor->togglePlay();
 }
 
 } // namespace kelmo

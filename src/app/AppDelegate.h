@@ -2,30 +2,69 @@
 
 #include "agent/MCPServer.h"
 #include "app/CommandLine.h"
-#include "app/PlainWindow.h"
+#include "app/EditorWindow.h"
+#include "app/KeyMonitor.h"
+#include "app/MainMenu.h"
 #include "editor/Editor.h"
 
 namespace kelmo {
 
-/// The program while it runs: makes the editor and the agent server, connects them and does what the command line
-/// asks for. Owned by the entry point; main thread only.
+/// The program while it runs: makes the editor, the window and the agent server, connects them, does what the command
+/// line asks for and carries out the menu's commands. Closing the window leaves the program serving agents. Owned by
+/// the entry point; main thread only.
 class AppDelegate : public QObject {
     Q_OBJECT
 
 public:
+    /// Whether there is anywhere to show a window. Without, agents are served all the same.
+    enum class Display { Present, None };
+
     /// `launchMs` is when the process began, on the monotonic clock.
-    AppDelegate(CommandLine commandLine, double launchMs);
+    AppDelegate(CommandLine commandLine, double launchMs, Display display);
+    ~AppDelegate() override;
 
     /// To be called once the event loop runs.
-    void launch();
+    void applicationDidFinishLaunching();
+
+    /// The program was started again: comes forward and opens `take`, or the newest one when none is open.
+    void applicationShouldHandleReopen(const std::optional<QString>& take);
+
+    void reveal(); ///< Brings the window forward.
+
+    // The menu's commands.
+    void openTake();
+    void openNewest();
+    void exportVideo();
+    void closeWindow();
+    void undo();
+    void redo();
+    void copy();
+    void selectAll();
+    void cutFillers();
+    void tighten();
+    void trimStart();
+    void trimEnd();
+    void splitAtPlayhead();
+    void clearTrim();
+    void quit();
+    [[nodiscard]] bool canTrim() const;
+    [[nodiscard]] bool canClearTrim() const;
+
+    [[nodiscard]] Editor& editor() { return *m_editor; }
+    [[nodiscard]] EditorWindow* window() { return m_window.get(); } ///< Null without a display.
+    [[nodiscard]] MCPServer& server() { return *m_mcp; }
 
 private:
-    void reveal(); ///< Brings the window forward, made when it is first wanted.
+    void buildWindow();
+    void windowWillClose();
 
     const CommandLine m_commandLine;
     const double m_launchMs;
+    const Display m_display;
     std::unique_ptr<Editor> m_editor;
-    std::unique_ptr<PlainWindow> m_window; ///< None in the background, or without a display.
+    std::unique_ptr<MainMenu> m_menu;
+    std::unique_ptr<EditorWindow> m_window;
+    std::unique_ptr<KeyMonitor> m_keyMonitor;
     std::unique_ptr<MCPServer> m_mcp; ///< After the editor, which it uses.
 };
 

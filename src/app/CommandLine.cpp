@@ -1,5 +1,9 @@
 #include "app/CommandLine.h"
 
+#include "platform/Home.h"
+
+#include <QDir>
+
 namespace kelmo {
 
 namespace {
@@ -39,6 +43,13 @@ std::optional<QString> CommandLine::arg(const QStringList& arguments, const QStr
     if (at < 0 || at + 1 >= arguments.size())
         return std::nullopt;
     return arguments[at + 1];
+}
+
+std::optional<QString> CommandLine::absoluteTake() const
+{
+    if (!take)
+        return std::nullopt;
+    return QDir::cleanPath(QDir::current().absoluteFilePath(Home::expandTilde(*take)));
 }
 
 QString CommandLine::helpText()

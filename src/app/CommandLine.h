@@ -27,6 +27,9 @@ struct CommandLine {
     /// The argument that follows the first one equal to `name`.
     [[nodiscard]] static std::optional<QString> arg(const QStringList& arguments, const QString& name);
 
+    /// The take's path as any other program understands it.
+    [[nodiscard]] std::optional<QString> absoluteTake() const;
+
     [[nodiscard]] static QString helpText();
 };
 

@@ -1,10 +1,14 @@
 #include "app/AppDelegate.h"
 #include "app/CommandLine.h"
+#include "app/SingleInstance.h"
 #include "diagnostics/Bench.h"
+#include "media/FaceCompositor.h"
 #include "platform/MonotonicClock.h"
 #include "platform/QuitSignals.h"
+#include "views/DarkStyle.h"
 
 #include <QApplication>
+#include <QThreadPool>
 #include <QTimer>
 
 #include <cstdio>
@@ -42,6 +46,24 @@ QCoro::Task<void> measure(kelmo::CommandLine commandLine)
     QCoreApplication::exit(0);
 }
 
+/// The editor itself, or the one that already runs.
+int edit(const kelmo::CommandLine& commandLine, double launchMs)
+{
+    using kelmo::AppDelegate;
+    using kelmo::SingleInstance;
+    const bool hasDisplay = QGuiApplication::platformName() != QStringLiteral("offscreen");
+    QThreadPool::globalInstance()->start(&kelmo::FaceCompositor::prewarm);
+    AppDelegate delegate(
+        commandLine, launchMs, hasDisplay ? AppDelegate::Display::Present : AppDelegate::Display::None);
+    SingleInstance instance(commandLine.port,
+        commandLine.background ? SingleInstance::IfRunning::RunBeside : SingleInstance::IfRunning::HandOver);
+    QObject::connect(&instance, &SingleInstance::isFirst, &delegate, &AppDelegate::applicationDidFinishLaunching);
+    QObject::connect(&instance, &SingleInstance::reopened, &delegate, &AppDelegate::applicationShouldHandleReopen);
+    QObject::connect(&instance, &SingleInstance::handedOver, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    QTimer::singleShot(0, &instance, [&] { instance.claim(commandLine.absoluteTake()); });
+    return QApplication::exec();
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -59,7 +81,9 @@ int main(int argc, char** argv)
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("kelmo-editor"));
     QApplication::setApplicationVersion(QStringLiteral(KELMO_VERSION));
+    QGuiApplication::setDesktopFileName(QStringLiteral(KELMO_APP_ID));
     QApplication::setQuitOnLastWindowClosed(false);
+    kelmo::DarkStyle::apply(application);
 
     const kelmo::QuitSignals quitSignals;
     QObject::connect(&quitSignals, &kelmo::QuitSignals::received, &application, &QCoreApplication::quit);
@@ -67,7 +91,5 @@ int main(int argc, char** argv)
         QTimer::singleShot(0, &application, [&commandLine] { measure(commandLine); });
         return QApplication::exec();
     }
-    kelmo::AppDelegate delegate(commandLine, launchMs);
-    QTimer::singleShot(0, &delegate, &kelmo::AppDelegate::launch);
-    return QApplication::exec();
+    return edit(commandLine, launchMs);
 }

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <QWidget>
+
+namespace kelmo {
+
+/// The main window: a frame that remembers where it was around a content of the caller's. Closing hides it. Owned by
+/// the AppDelegate; main thread.
+class EditorWindow : public QWidget {
+    Q_OBJECT
+
+public:
+    EditorWindow();
+
+    /// Fills the window; to be called once. The content belongs to the window afterwards.
+    void setContent(QWidget* content);
+
+    /// Shows it, in front of others and with the keyboard.
+    void reveal();
+
+Q_SIGNALS:
+    void willClose();
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void restoreFrame();
+    void saveFrame() const;
+};
+
+} // namespace kelmo

@@ -1,0 +1,103 @@
+#include "app/MainMenu.h"
+
+#include "app/AppDelegate.h"
+
+namespace kelmo {
+
+namespace {
+
+enum class Place { Top, File, Edit };
+/// Who gets the keys of a command while a text field has the focus.
+enum class Keys { Command, FieldFirst };
+
+} // namespace
+
+/// One command; a row without a title is a separator.
+struct MainMenu::Row {
+    Place place;
+    QString title;
+    QKeySequence keys;
+    void (AppDelegate::*command)() = nullptr;
+    bool (AppDelegate::*isEnabled)() const = nullptr; ///< None for always.
+    Keys keysGoTo = Keys::Command;
+};
+
+const std::vector<MainMenu::Row>& MainMenu::rows()
+{
+    using App = AppDelegate;
+    static const std::vector<Row> rows{
+        {Place::File, tr("Open…"), Qt::CTRL | Qt::Key_O, &App::openTake},
+        {Place::File, tr("Open Newest Take"), Qt::CTRL | Qt::SHIFT | Qt::Key_O, &App::openNewest},
+        {Place::File, {}, {}},
+        {Place::File, tr("Export"), Qt::CTRL | Qt::Key_E, &App::exportVideo},
+        {Place::File, tr("Close Window"), Qt::CTRL | Qt::Key_W, &App::closeWindow},
+        {Place::Edit, tr("Undo"), Qt::CTRL | Qt::Key_Z, &App::undo, nullptr, Keys::FieldFirst},
+        {Place::Edit, tr("Redo"), Qt::CTRL | Qt::SHIFT | Qt::Key_Z, &App::redo, nullptr, Keys::FieldFirst},
+        {Place::Edit, {}, {}},
+        {Place::Edit, tr("Copy"), Qt::CTRL | Qt::Key_C, &App::copy, nullptr, Keys::FieldFirst},
+        {Place::Edit, tr("Select All"), Qt::CTRL | Qt::Key_A, &App::selectAll, nullptr, Keys::FieldFirst},
+        {Place::Edit, {}, {}},
+        {Place::Edit, tr("Cut Fillers"), {}, &App::cutFillers},
+        {Place::Edit, tr("Tighten Pauses"), {}, &App::tighten},
+        {Place::Edit, {}, {}},
+        {Place::Edit, tr("Trim Start to Playhead"), Qt::ALT | Qt::Key_BracketLeft, &App::trimStart, &App::canTrim},
+        {Place::Edit, tr("Trim End to Playhead"), Qt::ALT | Qt::Key_BracketRight, &App::trimEnd, &App::canTrim},
+        {Place::Edit, tr("Split at Playhead"), Qt::CTRL | Qt::Key_B, &App::splitAtPlayhead},
+        {Place::Edit, tr("Clear Trim"), Qt::ALT | Qt::Key_Backslash, &App::clearTrim, &App::canClearTrim},
+        {Place::Top, tr("Quit Vorlix"), Qt::CTRL | Qt::Key_Q, &App::quit},
+    };
+    return rows;
+}
+
+MainMenu::MainMenu(AppDelegate& delegate)
+    : m_delegate(delegate)
+    , m_menu(nullptr)
+{
+    auto* file = new StyledMenu(&m_menu, QStringLiteral("File"));
+    auto* edit = new StyledMenu(&m_menu, QStringLiteral("Edit"));
+    m_menu.addMenu(file);
+    m_menu.addMenu(edit);
+    m_menu.addSeparator();
+    for (const Row& row : rows()) {
+        QMenu& menu = row.place == Place::File ? *file : row.place == Place::Edit ? *edit : m_menu;
+        if (row.title.isEmpty()) {
+            menu.addSeparator();
+            m_actions.push_back(nullptr);
+            continue;
+        }
+        QAction* action = menu.addAction(row.title);
+        action->setShortcut(row.keys);
+        action->setShortcutContext(Qt::ApplicationShortcut);
+        connect(action, &QAction::triggered, &delegate, row.command);
+        m_actions.push_back(action);
+    }
+    connect(&m_menu, &QMenu::aboutToShow, this, &MainMenu::validate);
+}
+
+void MainMenu::addKeysTo(QWidget& window)
+{
+    for (QAction* action : m_actions) {
+        if (action)
+            window.addAction(action);
+    }
+}
+
+bool MainMenu::comesBeforeFields(const QKeySequence& keys) const
+{
+    for (size_t i = 0; i < m_actions.size(); ++i) {
+        if (m_actions[i] && m_actions[i]->isEnabled() && m_actions[i]->shortcut() == keys)
+            return rows()[i].keysGoTo == Keys::Command;
+    }
+    return false;
+}
+
+void MainMenu::validate()
+{
+    for (size_t i = 0; i < m_actions.size(); ++i) {
+        const auto isEnabled = rows()[i].isEnabled;
+        if (m_actions[i])
+            m_actions[i]->setEnabled(!isEnabled || (m_delegate.*isEnabled)());
+    }
+}
+
+} // namespace kelmo

@@ -1,0 +1,77 @@
+#include "views/DarkStyle.h"
+
+#include "views/Icons.h"
+#include "views/Theme.h"
+
+#include <QApplication>
+#include <QPalette>
+#include <QStyleFactory>
+
+namespace kelmo {
+
+namespace {
+
+QPalette palette()
+{
+    QPalette palette;
+    palette.setColor(QPalette::Window, Theme::surface0);
+    palette.setColor(QPalette::Base, Theme::surface1);
+    palette.setColor(QPalette::AlternateBase, Theme::surface2);
+    palette.setColor(QPalette::Button, Theme::surface2);
+    palette.setColor(QPalette::Light, Theme::surface3);
+    palette.setColor(QPalette::Midlight, Theme::surface3);
+    palette.setColor(QPalette::Mid, Theme::surface1);
+    palette.setColor(QPalette::Dark, Theme::surface0);
+    palette.setColor(QPalette::Shadow, Qt::black);
+    palette.setColor(QPalette::ToolTipBase, Theme::surface3);
+    palette.setColor(QPalette::Highlight, Theme::accent);
+    palette.setColor(QPalette::HighlightedText, Qt::white);
+    palette.setColor(QPalette::Link, Theme::accent);
+    for (const QPalette::ColorRole role :
+        {QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::BrightText, QPalette::ToolTipText}) {
+        palette.setColor(role, Theme::text1);
+        palette.setColor(QPalette::Disabled, role, Theme::text3);
+    }
+    palette.setColor(QPalette::PlaceholderText, Theme::text3);
+    return palette;
+}
+
+QString css(const QColor& color)
+{
+    return QStringLiteral("rgba(%1,%2,%3,%4)").arg(color.red()).arg(color.green()).arg(color.blue()).arg(color.alpha());
+}
+
+QString styleSheet()
+{
+    QString sheet = QStringLiteral(R"(
+        QMenu { background: SURFACE2; border: 1px solid LINE; border-radius: 10px; padding: 6px; }
+        QMenu::item { padding: 6px 26px 6px 28px; border-radius: 6px; color: TEXT1; }
+        QMenu::item:selected { background: HOVER; }
+        QMenu::item:disabled { background: transparent; color: TEXT3; }
+        QMenu::separator { height: 1px; background: LINE; margin: 6px 8px; }
+        QMenu::indicator { width: 12px; height: 12px; left: 9px; }
+        QMenu::indicator:checked { image: url(:/icons/check.svg); }
+        QMenu::right-arrow { image: url(:/icons/chevron-right.svg); width: 10px; height: 10px; right: 8px; }
+        QToolTip { background: SURFACE3; border: 1px solid LINE; color: TEXT1; padding: 4px 6px; }
+    )");
+    sheet.replace(QStringLiteral("SURFACE2"), css(Theme::surface2));
+    sheet.replace(QStringLiteral("SURFACE3"), css(Theme::surface3));
+    sheet.replace(QStringLiteral("HOVER"), css(Theme::white(0.1)));
+    sheet.replace(QStringLiteral("LINE"), css(Theme::white(0.1)));
+    sheet.replace(QStringLiteral("TEXT1"), css(Theme::text1));
+    sheet.replace(QStringLiteral("TEXT3"), css(Theme::text3));
+    return sheet;
+}
+
+} // namespace
+
+void DarkStyle::apply(QApplication& application)
+{
+    Icons::ensureFiles();
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    QApplication::setPalette(palette());
+    QApplication::setFont(Theme::normalFont());
+    application.setStyleSheet(styleSheet());
+}
+
+} // namespace kelmo
