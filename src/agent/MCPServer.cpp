@@ -36,8 +36,8 @@ void logCall(const JsonRpc::Request& request, double startedAt)
 
 } // namespace
 
-MCPServer::MCPServer(Editor& editor, ShareFunction share, quint16 port, const HTTPLimits& limits)
-    : m_context{&editor, std::move(share)}
+MCPServer::MCPServer(Editor& editor, Sharer& sharer, quint16 port, const HTTPLimits& limits)
+    : m_context{&editor, &sharer}
     , m_port(port)
     , m_listener(new HTTPListener(limits))
 {

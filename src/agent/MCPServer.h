@@ -20,9 +20,8 @@ class MCPServer : public QObject {
     Q_OBJECT
 
 public:
-    /// Requires: the editor outlives the server. Port 0 means any free port. Without `share` the share tool answers
-    /// that the user has to sign in.
-    MCPServer(Editor& editor, ShareFunction share, quint16 port, const HTTPLimits& limits = {});
+    /// Requires: editor and sharer outlive the server. Port 0 means any free port.
+    MCPServer(Editor& editor, Sharer& sharer, quint16 port, const HTTPLimits& limits = {});
     ~MCPServer() override;
 
     /// Starts to listen, once. A port that is taken is logged; there is no second attempt.

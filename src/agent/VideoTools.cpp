@@ -56,12 +56,9 @@ Tools::Call Tools::exportVideo(ToolContext context, ToolArguments arguments)
 
 Tools::Call Tools::share(ToolContext context, ToolArguments arguments)
 {
-    if (!context.share) {
-        co_return ToolResult::error(
-            QStringLiteral("Sign in to share — click the Vorlix icon in the menu bar and choose Sign In…."));
-    }
     const bool wait = arguments.flag(u"wait");
-    const Result<QString> url = co_await context.share(wait);
+    QCoro::Task<Result<QString>> sharing = context.sharer->share(wait);
+    const Result<QString> url = co_await sharing;
     if (!url)
         co_return ToolResult::error(userText(url.error()));
     co_return ToolResult::text(QJsonObject{

@@ -22,6 +22,8 @@ AppDelegate::~AppDelegate() = default;
 void AppDelegate::applicationDidFinishLaunching()
 {
     m_editor = std::make_unique<Editor>(m_commandLine.muted ? Editor::Sound::Muted : Editor::Sound::On);
+    m_sharer = std::make_unique<Sharer>(*m_editor);
+    m_editor->onTakeReady = [this](const Take& take) { m_sharer->takeOpened(take); };
     if (m_display == Display::Present)
         buildWindow();
     m_editor->onOpen = [this] { reveal(); };
@@ -32,7 +34,7 @@ void AppDelegate::applicationDidFinishLaunching()
         else
             m_editor->openNewest();
     }
-    m_mcp = std::make_unique<MCPServer>(*m_editor, ShareFunction(), m_commandLine.port);
+    m_mcp = std::make_unique<MCPServer>(*m_editor, *m_sharer, m_commandLine.port);
     m_mcp->start();
     Log::line(u"timing",
         QStringLiteral("launch → window up: ") % QString::number(MonotonicClock::nowMs() - m_launchMs, 'f', 0)

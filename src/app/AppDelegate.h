@@ -6,6 +6,7 @@
 #include "app/KeyMonitor.h"
 #include "app/MainMenu.h"
 #include "editor/Editor.h"
+#include "share/Sharer.h"
 
 namespace kelmo {
 
@@ -62,10 +63,11 @@ private:
     const double m_launchMs;
     const Display m_display;
     std::unique_ptr<Editor> m_editor;
+    std::unique_ptr<Sharer> m_sharer;
     std::unique_ptr<MainMenu> m_menu;
     std::unique_ptr<EditorWindow> m_window;
     std::unique_ptr<KeyMonitor> m_keyMonitor;
-    std::unique_ptr<MCPServer> m_mcp; ///< After the editor, which it uses.
+    std::unique_ptr<MCPServer> m_mcp; ///< After the editor and the sharer, which it uses.
 };
 
 } // namespace kelmo

@@ -48,7 +48,9 @@ public:
     [[nodiscard]] int fillerCount() const { return m_fillerCount; } ///< Fillers not cut yet.
     [[nodiscard]] int pauseCount() const { return m_pauseCount; } ///< Spans that tightening would add.
     [[nodiscard]] std::shared_ptr<const LoadedTake> loaded() const { return m_loaded; }
-    [[nodiscard]] std::shared_ptr<const Built> built() const { return m_built; }
+    [[nodiscard]] std::shared_ptr<const Built> built() const { return m_built; } ///< What the preview shows.
+    /// What the edit comes to, which a trim preview shows without its trim. Null until the media is loaded.
+    [[nodiscard]] std::shared_ptr<const Built> edit() const;
     [[nodiscard]] Playhead& playhead() { return m_playhead; }
     [[nodiscard]] const Playhead& playhead() const { return m_playhead; }
     [[nodiscard]] QUndoStack& undo() { return m_undo; }
@@ -167,7 +169,8 @@ private:
     // EditorExport.cpp
     [[nodiscard]] ExportSettings exportSettings(
         std::optional<Codec> codec, std::optional<int> height, std::optional<int> fps, const QString& engine) const;
-    [[nodiscard]] QFuture<Result<ExportReport>> startExport(const ExportSettings& settings, const QString& path);
+    [[nodiscard]] QFuture<Result<ExportReport>> startExport(
+        const std::shared_ptr<const Built>& edit, const ExportSettings& settings, const QString& path);
     void setExportProgress(std::optional<double> progress);
     void announceExport(const ExportSettings& settings, const ExportResult& result);
 

@@ -1,4 +1,5 @@
 #include "editor/Editor.h"
+#include "media/CompositionBuilder.h"
 #include "media/FrameGrab.h"
 #include "platform/FileReveal.h"
 #include "platform/Home.h"
@@ -82,6 +83,13 @@ ExportSettings Editor::exportSettings(
     return settings;
 }
 
+std::shared_ptr<const Built> Editor::edit() const
+{
+    if (!m_trimPreviewing || !m_loaded)
+        return m_built;
+    return CompositionBuilder::build(m_loaded, m_cuts.keep(m_loaded->durationMs));
+}
+
 void Editor::setExportProgress(std::optional<double> progress)
 {
     m_exportProgress = progress;
@@ -94,7 +102,8 @@ void Editor::cancelExport()
         *m_exportCancelled = true;
 }
 
-QFuture<Result<ExportReport>> Editor::startExport(const ExportSettings& settings, const QString& path)
+QFuture<Result<ExportReport>> Editor::startExport(
+    const std::shared_ptr<const Built>& edit, const ExportSettings& settings, const QString& path)
 {
     m_exportCancelled = std::make_shared<std::atomic<bool>>(false);
     const QPointer<Editor> self(this);
@@ -108,8 +117,8 @@ QFuture<Result<ExportReport>> Editor::startExport(const ExportSettings& settings
                 self->setExportProgress(done);
         });
     };
-    return QtConcurrent::run(&m_workers, [settings, path, progress, built = m_built, cancelled = m_exportCancelled] {
-        return Exporter::run(built, settings, path, progress, *cancelled);
+    return QtConcurrent::run(&m_workers, [settings, path, progress, edit, cancelled = m_exportCancelled] {
+        return Exporter::run(edit, settings, path, progress, *cancelled);
     });
 }
 
@@ -127,7 +136,8 @@ void Editor::announceExport(const ExportSettings& settings, const ExportResult& 
 QCoro::Task<Result<ExportResult>> Editor::exportVideo(
     std::optional<Codec> codec, std::optional<int> height, std::optional<int> fps, QString engine)
 {
-    if (!m_built || !m_take)
+    const std::shared_ptr<const Built> edit = this->edit();
+    if (!edit || !m_take)
         co_return editorFailure(1, QStringLiteral("No take open"));
     if (m_exportProgress)
         co_return editorFailure(3, QStringLiteral("An export is already running"));
@@ -142,8 +152,8 @@ QCoro::Task<Result<ExportResult>> Editor::exportVideo(
     setStatus(QStringLiteral("Exporting ") % traits(settings.codec).displayName % QStringLiteral("…"));
 
     const QPointer<Editor> self(this);
-    const double durationMs = m_built->timeline.durationMs;
-    const QFuture<Result<ExportReport>> running = startExport(settings, path);
+    const double durationMs = edit->timeline.durationMs;
+    const QFuture<Result<ExportReport>> running = startExport(edit, settings, path);
     const Result<ExportReport> report = co_await running;
     if (!self)
         co_return editorFailure(1, QStringLiteral("No take open"));

@@ -1,6 +1,5 @@
 #include "tests/agent/ServerFixture.h"
 
-#include <QCoroTimer>
 #include <QNetworkInterface>
 #include <QSignalSpy>
 #include <QTcpSocket>
@@ -11,7 +10,16 @@ using namespace std::chrono_literals;
 
 namespace {
 
-using MCPServerTest = ServerFixture;
+class MCPServerTest : public ServerFixture {
+protected:
+    // A share whose link is that long in coming, to have a call that is suspended.
+    void shareAfter(std::chrono::milliseconds delay, const HTTPLimits& limits = {})
+    {
+        startShareServer(delay);
+        serve(limits);
+        openSmallTake(2);
+    }
+};
 
 const QByteArray ping = R"({"id":1,"jsonrpc":"2.0","method":"ping"})";
 const QByteArray pong = "HTTP/1.1 200 OK\r\nContent-Length: 36\r\nConnection: close\r\n"
@@ -20,20 +28,6 @@ const QByteArray pong = "HTTP/1.1 200 OK\r\nContent-Length: 36\r\nConnection: cl
 QByteArray empty(const QByteArray& status)
 {
     return "HTTP/1.1 " + status + "\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
-}
-
-// A share that takes as long as it is told, to have a call that is suspended.
-ShareFunction slowShare(std::chrono::milliseconds time)
-{
-    return [time](bool) -> QCoro::Task<Result<QString>> {
-        // The function object may be gone by the time the task goes on, so nothing of it is used after waiting.
-        return [](std::chrono::milliseconds length) -> QCoro::Task<Result<QString>> {
-            QTimer timer;
-            timer.start(length);
-            co_await timer;
-            co_return QStringLiteral("https://example.com/v/1");
-        }(time);
-    };
 }
 
 QByteArray shareCall()
@@ -94,7 +88,7 @@ TEST_F(MCPServerTest, exchangeRequestInPiecesAnswersOnceAfterTheLastByte)
 
 TEST_F(MCPServerTest, exchangeClientThatEndsItsSendingStillGetsTheAnswer)
 {
-    serve(slowShare(200ms));
+    shareAfter(200ms);
     const QByteArray response = beside([this] {
         RawClient client(m_port);
         client.send(shareCall());
@@ -181,7 +175,7 @@ TEST_F(MCPServerTest, silenceLongerThanAllowedClosesButNotWhileAnAnswerIsDue)
 {
     HTTPLimits limits;
     limits.silence = 150ms;
-    serve(slowShare(600ms), limits);
+    shareAfter(600ms, limits);
     beside([this] {
         RawClient silent(m_port);
         silent.send("POST /mcp");
@@ -195,7 +189,7 @@ TEST_F(MCPServerTest, silenceLongerThanAllowedClosesButNotWhileAnAnswerIsDue)
 
 TEST_F(MCPServerTest, clientGoneBeforeTheAnswerHarmsNobody)
 {
-    serve(slowShare(100ms));
+    shareAfter(100ms);
     beside([this] {
         for (int i = 0; i < 20; ++i) {
             RawClient client(m_port);
@@ -207,7 +201,7 @@ TEST_F(MCPServerTest, clientGoneBeforeTheAnswerHarmsNobody)
 
 TEST_F(MCPServerTest, destructionWhileACallIsSuspendedLeavesItUnanswered)
 {
-    serve(slowShare(300ms));
+    shareAfter(300ms);
     auto response = std::async(std::launch::async, [this] {
         RawClient client(m_port);
         client.send(shareCall());
@@ -228,7 +222,7 @@ TEST_F(MCPServerTest, destructionWhileACallIsSuspendedLeavesItUnanswered)
 TEST_F(MCPServerTest, startPortThatIsTakenIsLogged)
 {
     serve();
-    MCPServer second(m_editor, {}, m_port);
+    MCPServer second(m_editor, *m_sharer, m_port);
     second.start();
     for (int i = 0; i < 2000 && !log().contains(QStringLiteral("[error] mcp listener failed: ")); ++i)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 1);

@@ -7,18 +7,38 @@
 
 namespace kelmo {
 
-ServerFixture::ServerFixture() { qputenv("CORVANE_TAKES_DIR", takesFolder().toUtf8()); }
+ServerFixture::ServerFixture()
+{
+    qputenv("CORVANE_TAKES_DIR", takesFolder().toUtf8());
+    qputenv("KELMO_NO_AUTOSHARE", "1");
+}
 
 ServerFixture::~ServerFixture()
 {
     m_server.reset();
+    m_sharer.reset();
     qunsetenv("CORVANE_TAKES_DIR");
+    qunsetenv("KELMO_NO_AUTOSHARE");
     Log::flush();
 }
 
-void ServerFixture::serve(ShareFunction share, const HTTPLimits& limits)
+void ServerFixture::startShareServer(std::chrono::milliseconds delay)
 {
-    m_server = std::make_unique<MCPServer>(m_editor, std::move(share), 0, limits);
+    ShareServer::Options options;
+    options.folder = m_home.file(QStringLiteral("shares/x")).chopped(2);
+    options.publicUrl = QStringLiteral("https://example.com");
+    m_shareServer = std::make_unique<ShareServer>(options);
+    m_shareServer->setScript([delay](const ShareServer::Request& request) {
+        const bool makesLink = request.path == "/api/shares";
+        return ShareServer::Handling{makesLink ? ShareServer::Fault::Slow : ShareServer::Fault::None, 200, {}, delay};
+    });
+    Sharer::save({m_shareServer->endpoint(), QString::fromLatin1(options.token), false});
+}
+
+void ServerFixture::serve(const HTTPLimits& limits)
+{
+    m_sharer = std::make_unique<Sharer>(m_editor);
+    m_server = std::make_unique<MCPServer>(m_editor, *m_sharer, 0, limits);
     QSignalSpy listening(m_server.get(), &MCPServer::listening);
     m_server->start();
     ASSERT_TRUE(listening.wait());

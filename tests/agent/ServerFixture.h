@@ -2,6 +2,7 @@
 
 #include "agent/MCPServer.h"
 #include "tests/agent/RawClient.h"
+#include "tests/fakes/ShareServer.h"
 #include "tests/support/TemporaryHome.h"
 
 #include <gtest/gtest.h>
@@ -15,8 +16,12 @@ protected:
     ~ServerFixture() override;
 
     /// Starts the server; once.
-    void serve(ShareFunction share = {}, const HTTPLimits& limits = {});
+    void serve(const HTTPLimits& limits = {});
     void stopServing() { m_server.reset(); }
+
+    /// Gives the user a share server, to be called before `serve`, that makes links only after `delay`. They begin
+    /// with "https://example.com/v/".
+    void startShareServer(std::chrono::milliseconds delay = {});
 
     /// Writes the small take, opens it and waits until its media is there.
     void openSmallTake(double seconds = 10);
@@ -34,6 +39,8 @@ protected:
 
     TemporaryHome m_home;
     Editor m_editor{Editor::Sound::Muted};
+    std::unique_ptr<ShareServer> m_shareServer;
+    std::unique_ptr<Sharer> m_sharer;
     std::unique_ptr<MCPServer> m_server;
     quint16 m_port = 0;
 };

@@ -1,5 +1,6 @@
 #include "agent/MCPServer.h"
 #include "tests/agent/SmallTake.h"
+#include "tests/fakes/ShareServer.h"
 
 #include <QGuiApplication>
 #include <QSocketNotifier>
@@ -9,12 +10,6 @@
 #include <unistd.h>
 
 using namespace kelmo;
-
-namespace {
-
-QCoro::Task<Result<QString>> shareAtOnce(bool) { co_return QStringLiteral("https://example.com/v/1"); }
-
-} // namespace
 
 // An editor without a window, in a home folder of its own, with the small take open and its server on a free port.
 // Prints "port <n>" when all of that is ready, and ends with its standard input.
@@ -28,10 +23,17 @@ int main(int argc, char** argv)
     qputenv("CORVANE_TAKES_DIR", QFile::encodeName(takes));
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("KELMO_ANALYTICS", "0");
+    qputenv("KELMO_NO_AUTOSHARE", "1");
     QGuiApplication application(argc, argv);
 
     Editor editor(Editor::Sound::Muted);
-    MCPServer server(editor, shareAtOnce, 0);
+    ShareServer::Options options;
+    options.folder = home.filePath(QStringLiteral("shares"));
+    options.publicUrl = QStringLiteral("https://example.com");
+    const ShareServer shareServer(options);
+    Sharer::save({shareServer.endpoint(), QString::fromLatin1(options.token), false});
+    Sharer sharer(editor);
+    MCPServer server(editor, sharer, 0);
     QObject::connect(&server, &MCPServer::listening, &editor, [](quint16 port) {
         std::printf("port %d\n", port);
         std::fflush(stdout);

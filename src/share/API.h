@@ -1,0 +1,49 @@
+#pragma once
+
+#include "share/HttpClient.h"
+#include "share/SharePace.h"
+
+#include <QCoroTask>
+#include <QJsonObject>
+#include <QPointer>
+
+namespace kelmo {
+
+/// A share server as one user sees it: makes authorised requests, sends them and turns replies into JSON or errors. A
+/// value that does not change; copies may be in use at once, on the main thread.
+class API {
+public:
+    struct Request {
+        QNetworkRequest head;
+        QByteArray method;
+        QByteArray body;
+    };
+
+    /// What a part holds when the server does not say, in bytes.
+    static constexpr qint64 usualPartSize = 16'777'216;
+
+    QString endpoint; ///< Base URL without a slash at its end.
+    QString token; ///< Never in a log or a message, not even when a server sends it back.
+    bool signedIn = false; ///< The token is an account's; only changes what a refusal says.
+    QPointer<HttpClient> client; ///< Without it every request fails as cancelled.
+
+    /// A request for `endpoint` followed by `path`. Fails when that is no address on the web.
+    [[nodiscard]] Result<Request> request(const QString& path, const QByteArray& method) const;
+
+    /// The object that the server answered, empty when it answered nothing of the kind. Fails with ("Share", status)
+    /// and the server's words unless the status is 200 to 299.
+    [[nodiscard]] QCoro::Task<Result<QJsonObject>> send(Request request) const;
+
+    // Both are `request` and `send` in one.
+    [[nodiscard]] QCoro::Task<Result<QJsonObject>> post(const QString& path, const QJsonObject& body) const;
+    [[nodiscard]] QCoro::Task<Result<QJsonObject>> put(
+        const QString& path, const QByteArray& contentType, const QByteArray& body) const;
+
+    /// Uploads part `n` of a share, in at most three attempts.
+    [[nodiscard]] QCoro::Task<Result<QJsonObject>> putPart(
+        const QString& id, qint64 n, const QByteArray& data, const SharePace& pace) const;
+};
+
+[[nodiscard]] tl::unexpected<Error> shareFailure(int code, const QString& description);
+
+} // namespace kelmo

@@ -1,0 +1,175 @@
+#include "share/Sharer.h"
+
+#include "model/Cuts.h"
+#include "telemetry/Log.h"
+
+#include <QClipboard>
+#include <QCoroFuture>
+#include <QDesktopServices>
+#include <QGuiApplication>
+
+namespace kelmo {
+
+namespace {
+
+/// A take that was recorded this recently is one that the user has just stopped.
+constexpr qint64 justRecordedMs = 120'000;
+
+bool wasJustRecorded(const Take& take)
+{
+    const QFileInfo sync(take.dir.toLocalFile() % QStringLiteral("/") % take.base % QStringLiteral("_sync.json"));
+    return sync.exists() && sync.lastModified().msecsTo(QDateTime::currentDateTime()) < justRecordedMs;
+}
+
+/// Whether a look has shown that nobody is signed in, rather than that it cannot be seen.
+bool tellsSignedOut(const AccountStore::Lookup& lookup)
+{
+    return !lookup.account && lookup.status != SecretStore::Status::Locked
+        && lookup.status != SecretStore::Status::TimedOut;
+}
+
+} // namespace
+
+Sharer::Sharer(Editor& editor, const SharePace& pace)
+    : m_editor(editor)
+    , m_pace(pace)
+    , m_testRun(qEnvironmentVariableIsSet("KELMO_NO_AUTOSHARE"))
+    , m_client(pace.requestTimeout)
+{
+    setConfig(loadConfig());
+    connect(&editor, &Editor::cutsChanged, this, &Sharer::changed);
+    connect(&editor, &Editor::takeChanged, this, [this] {
+        if (m_editor.take() && !holds(*m_editor.take()))
+            adoptTake(*m_editor.take());
+    });
+    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
+        if (state == Qt::ApplicationActive)
+            becameActive();
+    });
+    refreshAccount();
+}
+
+Sharer::~Sharer()
+{
+    for (const std::weak_ptr<ShareUpload>& each : m_works) {
+        if (const std::shared_ptr<ShareUpload> work = each.lock())
+            work->abort();
+    }
+}
+
+template <class Value> void Sharer::assign(Value& property, const std::type_identity_t<Value>& value)
+{
+    if (property == value)
+        return;
+    property = value;
+    Q_EMIT changed();
+}
+
+template void Sharer::assign(std::optional<QString>&, const std::optional<QString>&);
+template void Sharer::assign(std::optional<double>&, const std::optional<double>&);
+template void Sharer::assign(std::optional<Record>&, const std::optional<Record>&);
+template void Sharer::assign(bool&, const bool&);
+
+bool Sharer::isOutOfDate() const { return m_record && m_record->signature != m_editor.cuts().signature(); }
+
+void Sharer::setConfig(const std::optional<Config>& config)
+{
+    const std::optional<Config> before = std::exchange(m_config, config);
+    if (m_config == before)
+        return;
+    if (m_config)
+        save(*m_config);
+    Q_EMIT changed();
+}
+
+std::optional<Sharer::Credentials> Sharer::credentials() const
+{
+    if (m_account)
+        return Credentials{m_account->endpoint, m_account->token};
+    if (m_config && !m_config->endpoint.isEmpty() && !m_config->token.isEmpty())
+        return Credentials{m_config->endpoint, m_config->token};
+    return std::nullopt;
+}
+
+bool Sharer::holds(const Take& take) const { return m_take && m_take->base == take.base && m_take->dir == take.dir; }
+
+void Sharer::adoptTake(const Take& take)
+{
+    m_take = take;
+    std::optional<Record> record = loadRecord(take);
+    // A folder that cannot be written to keeps no record; the upload still knows its own.
+    if (!record && uploadsOpenTake())
+        record = m_upload->record;
+    assign(m_record, record);
+}
+
+void Sharer::adoptAccount(const AccountStore::Lookup& lookup)
+{
+    m_signedOut = tellsSignedOut(lookup);
+    assign(m_account, lookup.account);
+    if (!m_config && m_account)
+        setConfig(Config{m_account->endpoint, {}});
+}
+
+QCoro::Task<void> Sharer::refreshAccount()
+{
+    if (m_testRun)
+        co_return;
+    const QPointer<Sharer> self(this);
+    m_accounts.forget();
+    const QFuture<AccountStore::Lookup> looking = m_accounts.current();
+    const AccountStore::Lookup lookup = co_await looking;
+    if (self)
+        adoptAccount(lookup);
+}
+
+void Sharer::takeOpened(const Take& take)
+{
+    adoptTake(take);
+    assign(m_lastError, std::nullopt);
+    autoShare(take);
+}
+
+QCoro::Task<void> Sharer::autoShare(Take take)
+{
+    const QPointer<Sharer> self(this);
+    const bool fresh = wasJustRecorded(take);
+    QCoro::Task<void> refreshing = refreshAccount();
+    co_await refreshing;
+    if (!self || m_testRun || !fresh || !holds(take) || m_record)
+        co_return;
+    if (!m_config || !m_config->autoShare || !isConfigured())
+        co_return;
+    Log::line(u"share", QStringLiteral("auto-sharing new take ") % take.base);
+    share(false);
+}
+
+void Sharer::becameActive() { shareAfterSignIn(); }
+
+QCoro::Task<void> Sharer::shareAfterSignIn()
+{
+    const QPointer<Sharer> self(this);
+    const bool signedOut = m_signedOut;
+    QCoro::Task<void> refreshing = refreshAccount();
+    co_await refreshing;
+    if (!self || !signedOut || !m_account || m_record || m_upload || m_starting || m_linking || !m_editor.take())
+        co_return;
+    Log::line(u"share", QStringLiteral("signed in — sharing the open take"));
+    share(false);
+}
+
+void Sharer::signIn() { QDesktopServices::openUrl(QUrl(QStringLiteral("kelmo-recorder://signin"))); }
+
+void Sharer::copyLink()
+{
+    if (m_record)
+        copy(m_record->url);
+}
+
+void Sharer::copy(const QString& url)
+{
+    QGuiApplication::clipboard()->setText(url);
+    m_editor.setStatus(QStringLiteral("Link copied — ") % url);
+}
+
+} // namespace kelmo
