@@ -19,6 +19,9 @@ if(KELMO_LLD)
     add_link_options(-fuse-ld=lld)
 endif()
 
+# Reports of crashes name the exact build by it.
+add_link_options(-Wl,--build-id=sha1)
+
 add_compile_options(-Wall -Wextra -Wpedantic)
 if(KELMO_WERROR)
     add_compile_options(-Werror)
