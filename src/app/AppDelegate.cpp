@@ -22,6 +22,7 @@ AppDelegate::~AppDelegate() = default;
 void AppDelegate::applicationDidFinishLaunching()
 {
     m_editor = std::make_unique<Editor>(m_commandLine.muted ? Editor::Sound::Muted : Editor::Sound::On);
+    m_crashReports.start();
     m_sharer = std::make_unique<Sharer>(*m_editor);
     m_editor->onTakeReady = [this](const Take& take) { m_sharer->takeOpened(take); };
     if (m_display == Display::Present)

@@ -7,6 +7,7 @@
 #include "app/MainMenu.h"
 #include "editor/Editor.h"
 #include "share/Sharer.h"
+#include "telemetry/CrashReports.h"
 
 namespace kelmo {
 
@@ -63,6 +64,7 @@ private:
     const double m_launchMs;
     const Display m_display;
     std::unique_ptr<Editor> m_editor;
+    CrashReports m_crashReports;
     std::unique_ptr<Sharer> m_sharer;
     std::unique_ptr<MainMenu> m_menu;
     std::unique_ptr<EditorWindow> m_window;

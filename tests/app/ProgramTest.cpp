@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+
 namespace kelmo {
 
 namespace {
@@ -90,6 +92,33 @@ TEST(Program, startOnATakeThatIsNotThereSaysSoAndGoesOn)
         QString::number(freePort()), QStringLiteral("--muted")});
     EXPECT_TRUE(program.prints("open failed: No screen file at /nowhere/x.mov")) << program.output().constData();
     EXPECT_TRUE(program.prints("listening on")) << program.output().constData();
+}
+
+TEST(Program, crashLeavesARecordThatTheNextLaunchTakesAway)
+{
+    const TemporaryHome home;
+    const QDir folder(home.path() + QLatin1String("/Library/Application Support/Kelmo/Diagnostics"));
+    const QStringList arguments{QStringLiteral("--background"), QStringLiteral("--port"), QString::number(freePort())};
+    QStringList records;
+    {
+        Program program(arguments);
+        ASSERT_TRUE(program.prints("listening on")) << program.output().constData();
+        records = folder.entryList(QDir::Files);
+        ASSERT_EQ(records.size(), 1);
+        ::kill(static_cast<pid_t>(program.process().processId()), SIGABRT);
+        ASSERT_TRUE(program.process().waitForFinished(20'000));
+        EXPECT_EQ(program.process().exitStatus(), QProcess::CrashExit);
+        EXPECT_EQ(program.process().exitCode(), SIGABRT);
+    }
+    EXPECT_EQ(folder.entryList(QDir::Files), records);
+    EXPECT_TRUE(home.read(folder.filePath(records[0]).mid(home.path().size() + 1)).endsWith("end\n"));
+
+    Program next(arguments);
+    QElapsedTimer timer;
+    timer.start();
+    while (QFile::exists(folder.filePath(records[0])) && timer.elapsed() < 20'000)
+        next.process().waitForReadyRead(50);
+    EXPECT_FALSE(QFile::exists(folder.filePath(records[0])));
 }
 
 } // namespace kelmo

@@ -2,13 +2,9 @@
 
 #include "telemetry/AnalyticsEndpoint.h"
 #include "tests/support/TemporaryHome.h"
+#include "tests/telemetry/CaptureServer.h"
 
-#include <QCoreApplication>
-#include <QElapsedTimer>
-#include <QJsonDocument>
 #include <QRegularExpression>
-#include <QTcpServer>
-#include <QTcpSocket>
 
 #include <gtest/gtest.h>
 
@@ -18,72 +14,6 @@
 using namespace kelmo;
 
 namespace {
-
-/// An HTTP server on loopback that keeps each request's head and body.
-class CaptureServer {
-public:
-    CaptureServer()
-    {
-        EXPECT_TRUE(m_server.listen(QHostAddress::LocalHost));
-        QObject::connect(&m_server, &QTcpServer::newConnection, &m_server, [this] { accept(); });
-    }
-
-    [[nodiscard]] QUrl url(const QString& host = QStringLiteral("127.0.0.1")) const
-    {
-        return QUrl(QStringLiteral("http://%1:%2/i/v0/e/").arg(host).arg(m_server.serverPort()));
-    }
-
-    bool waitFor(int count)
-    {
-        passTime(5000, [this, count] { return bodies.size() >= count; });
-        return bodies.size() >= count;
-    }
-
-    void expectSilence()
-    {
-        passTime(200, [] { return false; });
-        EXPECT_EQ(connections, 0);
-    }
-
-    QList<QByteArray> heads;
-    QList<QJsonObject> bodies;
-    int connections = 0;
-
-private:
-    template <class Done> static void passTime(int ms, Done done)
-    {
-        QElapsedTimer timer;
-        timer.start();
-        while (!done() && timer.elapsed() < ms)
-            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-    }
-
-    void accept()
-    {
-        ++connections;
-        QTcpSocket* socket = m_server.nextPendingConnection();
-        auto received = std::make_shared<QByteArray>();
-        QObject::connect(socket, &QTcpSocket::readyRead, socket, [this, socket, received] {
-            received->append(socket->readAll());
-            const auto end = received->indexOf("\r\n\r\n");
-            if (end < 0)
-                return;
-            const QByteArray head = received->left(end);
-            const QRegularExpression length(
-                QStringLiteral("content-length: (\\d+)"), QRegularExpression::CaseInsensitiveOption);
-            const qsizetype expected = length.match(QString::fromLatin1(head)).captured(1).toLongLong();
-            if (received->size() < end + 4 + expected)
-                return;
-            heads.append(head);
-            bodies.append(QJsonDocument::fromJson(received->mid(end + 4, expected)).object());
-            received->clear();
-            socket->write("HTTP/1.1 200 OK\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
-            socket->disconnectFromHost();
-        });
-    }
-
-    QTcpServer m_server;
-};
 
 class AnalyticsTest : public testing::Test {
 protected:
