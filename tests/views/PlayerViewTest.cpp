@@ -1,7 +1,7 @@
 #include "views/PlayerView.h"
 
 #include "media/FrameGrab.h"
-#include "media/stack/FrameConverter.h"
+#include "media/stack/PngWriter.h"
 #include "tests/movies/CodedMovie.h"
 #include "tests/support/TemporaryHome.h"
 
@@ -47,14 +47,14 @@ int difference(QRgb a, QRgb b)
     return std::max({std::abs(qRed(a) - qRed(b)), std::abs(qGreen(a) - qGreen(b)), std::abs(qBlue(a) - qBlue(b))});
 }
 
-/// The frame as it would be grabbed, at the size of the picture on show.
+/// The frame as it is grabbed, at the size of the picture on show.
 QImage grabbed(const Editor& editor, QSize size)
 {
     const Result<VideoFrame> frame = FrameGrab::picture(*editor.built(), lookedAtMs);
-    QImage image(size, QImage::Format_RGB32);
-    EXPECT_TRUE(
-        frame && toRgb32(*frame, image.bits(), int(image.bytesPerLine()), size.width(), size.height(), Scaling::Fine));
-    return image;
+    EXPECT_TRUE(frame);
+    const Result<QByteArray> png = pngOf(*frame, size.width(), size.height());
+    EXPECT_TRUE(png);
+    return QImage::fromData(*png, "PNG");
 }
 
 } // namespace

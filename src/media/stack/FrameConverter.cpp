@@ -89,19 +89,4 @@ VideoFrame FrameConverter::turn(const VideoFrame& frame) const
     return turned;
 }
 
-bool toRgb32(const VideoFrame& frame, uint8_t* pixels, int bytesPerLine, int width, int height, Scaling scaling)
-{
-    const AVPixelFormat format = plainFormat(frame.av()->format);
-    const std::unique_ptr<SwsContext, AvFree> scaler(sws_getContext(frame.width(), frame.height(), format, width,
-        height, AV_PIX_FMT_BGRA, flagsOf(scaling), nullptr, nullptr, nullptr));
-    if (!scaler)
-        return false;
-    const ColorTags from = frame.color().completed(frame.height());
-    setScalerColors(scaler.get(), from, false, {1, 13, 1, true}, true);
-    uint8_t* planes[4] = {pixels, nullptr, nullptr, nullptr};
-    const int strides[4] = {bytesPerLine, 0, 0, 0};
-    sws_scale(scaler.get(), frame.av()->data, frame.av()->linesize, 0, frame.height(), planes, strides);
-    return true;
-}
-
 } // namespace kelmo

@@ -49,9 +49,4 @@ private:
     SwsContext* m_scaler = nullptr;
 };
 
-/// Scales one 4:2:0 picture to an image of `width` by `height` 32-bit pixels in memory (blue first, full range RGB by
-/// the picture's own matrix), `bytesPerLine` apart. False when memory runs out.
-[[nodiscard]] bool toRgb32(
-    const VideoFrame& frame, uint8_t* pixels, int bytesPerLine, int width, int height, Scaling scaling);
-
 } // namespace kelmo
