@@ -5,9 +5,6 @@
 #include <QFile>
 #include <QFileInfo>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 namespace kelmo {
 
 namespace {
@@ -23,24 +20,13 @@ void closeAndFree(AVFormatContext* format)
     avformat_free_context(format);
 }
 
-void flushToDisk(const QString& path)
-{
-    const int file = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
-    if (file >= 0) {
-        ::fsync(file);
-        ::close(file);
-    }
-}
-
 } // namespace
 
 Result<std::unique_ptr<MovieWriter>> MovieWriter::create(
     const QString& path, const AVCodecContext& video, const AVCodecContext* audio, int64_t videoEnd)
 {
     std::unique_ptr<MovieWriter> writer(new MovieWriter);
-    const QFileInfo file(path);
     writer->m_path = path;
-    writer->m_partPath = file.absolutePath() % QStringLiteral("/.") % file.fileName() % QStringLiteral(".part");
     writer->m_videoEnd = videoEnd;
     AVFormatContext* format = nullptr;
     if (const int code = avformat_alloc_output_context2(&format, nullptr, "mp4", nullptr); code < 0)
@@ -58,12 +44,7 @@ Result<std::unique_ptr<MovieWriter>> MovieWriter::create(
     return writer;
 }
 
-MovieWriter::~MovieWriter()
-{
-    m_format.reset();
-    if (!m_whole && !m_partPath.isEmpty())
-        QFile::remove(m_partPath);
-}
+MovieWriter::~MovieWriter() = default;
 
 Result<void> MovieWriter::addStream(const AVCodecContext& encoder)
 {
@@ -85,7 +66,11 @@ Result<void> MovieWriter::addStream(const AVCodecContext& encoder)
 
 Result<void> MovieWriter::start()
 {
-    const QByteArray url = "file:" + QFile::encodeName(m_partPath);
+    Result<std::unique_ptr<PartFile>> part = PartFile::create(m_path);
+    if (!part)
+        return tl::unexpected(part.error());
+    m_part = std::move(*part);
+    const QByteArray url = "file:" + QFile::encodeName(m_part->path());
     if (const int code = avio_open(&m_format->pb, url.constData(), AVIO_FLAG_WRITE); code < 0)
         return failed(code);
     // The index is moved to the front at the end by reading the file again under its own name.
@@ -147,11 +132,7 @@ Result<void> MovieWriter::finish()
         return failed(code);
     if (const int code = avio_closep(&m_format->pb); code < 0)
         return failed(code);
-    flushToDisk(m_partPath);
-    if (::rename(QFile::encodeName(m_partPath).constData(), QFile::encodeName(m_path).constData()) != 0)
-        return failed(AVERROR(errno));
-    m_whole = true;
-    return {};
+    return m_part->takeFinalName();
 }
 
 } // namespace kelmo

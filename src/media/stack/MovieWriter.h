@@ -1,6 +1,7 @@
 #pragma once
 
 #include "media/stack/MediaTime.h"
+#include "media/stack/PartFile.h"
 #include "platform/Error.h"
 
 #include <QString>
@@ -45,11 +46,10 @@ private:
     [[nodiscard]] tl::unexpected<Error> failed(int code) const;
 
     QString m_path;
-    QString m_partPath;
+    std::unique_ptr<PartFile> m_part; ///< Before what writes to it, which is gone first.
     std::unique_ptr<AVFormatContext, void (*)(AVFormatContext*)> m_format{nullptr, nullptr};
     Ratio m_timeBases[2]; ///< Of the encoders, by stream.
     int64_t m_videoEnd = 0;
-    bool m_whole = false;
 
     std::mutex m_mutex; ///< Guards everything below, and the file.
     std::condition_variable m_advanced;
