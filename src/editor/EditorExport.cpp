@@ -1,6 +1,7 @@
 #include "editor/Editor.h"
 #include "media/CompositionBuilder.h"
 #include "media/FrameGrab.h"
+#include "media/stack/PartFile.h"
 #include "platform/FileReveal.h"
 #include "platform/Home.h"
 #include "platform/MonotonicClock.h"
@@ -32,12 +33,20 @@ Result<QString> exportFolder()
     return folder;
 }
 
+// Whether nobody has written a file of this name, or is about to.
+bool isFree(const QString& path) { return !QFile::exists(path) && !QFile::exists(PartFile::pathFor(path)); }
+
 QString exportPath(const QString& folder, const QString& base, Codec codec)
 {
     QString time = QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
     time.replace(QLatin1Char(':'), QLatin1Char('.'));
-    return folder % QStringLiteral("/") % base % QStringLiteral("-") % traits(codec).name % QStringLiteral("-") % time
-        % QStringLiteral(".mp4");
+    const QString stem
+        = folder % QStringLiteral("/") % base % QStringLiteral("-") % traits(codec).name % QStringLiteral("-") % time;
+    QString path = stem % QStringLiteral(".mp4");
+    // Two exports within a second would share their name, and the second would take the first one's place.
+    for (int number = 2; !isFree(path); ++number)
+        path = stem % QStringLiteral(" %1.mp4").arg(number);
+    return path;
 }
 
 QString detail(const ExportSettings& settings)

@@ -91,6 +91,27 @@ TEST_F(EditorExport, exportReportsItsFileItsProgressAndItsTimes)
         loggedLike(QStringLiteral("timing"), QStringLiteral(R"(export H\.264 native20 \[writer\] .*)")).size(), 1);
 }
 
+TEST_F(EditorExport, exportUnderANameThatIsTakenCountsOn)
+{
+    openMovie(1);
+    // As if exports had been made in each of the seconds in which this one may start; the last of them still runs.
+    QDateTime second = QDateTime::currentDateTimeUtc();
+    for (int i = 0; i < 60; ++i) {
+        const QString stamp = second.addSecs(i).toString(Qt::ISODate).replace(QLatin1Char(':'), QLatin1Char('.'));
+        const QString stem = QStringLiteral("Movies/Vorlix/a talk-h264-") % stamp;
+        m_home.write(stem % QStringLiteral(".mp4"), "the first");
+        m_home.write(
+            QString(QStringLiteral("Movies/Vorlix/.")) % QFileInfo(stem).fileName() % QStringLiteral(" 2.mp4.part"),
+            "the second");
+    }
+    const qsizetype before = written().size();
+    Export task = start();
+    const Result<ExportResult> result = QCoro::waitFor(task);
+    ASSERT_TRUE(result) << qPrintable(userText(result.error()));
+    EXPECT_TRUE(result->path.endsWith(QStringLiteral("Z 3.mp4"))) << qPrintable(result->path);
+    EXPECT_EQ(written().size(), before + 1);
+}
+
 TEST_F(EditorExport, exportWithoutATakeOrWhileOneRunsIsRefused)
 {
     Result<ExportResult> result = QCoro::waitFor(start());
