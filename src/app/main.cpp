@@ -3,6 +3,7 @@
 #include "app/SingleInstance.h"
 #include "diagnostics/Bench.h"
 #include "media/FaceCompositor.h"
+#include "media/stack/EncoderProbe.h"
 #include "platform/MonotonicClock.h"
 #include "platform/QuitSignals.h"
 #include "views/DarkStyle.h"
@@ -68,6 +69,8 @@ int edit(const kelmo::CommandLine& commandLine, double launchMs)
 
 int main(int argc, char** argv)
 {
+    if (const std::optional<int> answered = kelmo::EncoderProbe::answer(argc, argv))
+        return *answered;
     const double launchMs = kelmo::MonotonicClock::nowMs();
     const kelmo::CommandLine commandLine
         = kelmo::CommandLine::parse(argumentsOf(argc, argv), QProcessEnvironment::systemEnvironment());

@@ -94,6 +94,32 @@ TEST(Program, startOnATakeThatIsNotThereSaysSoAndGoesOn)
     EXPECT_TRUE(program.prints("listening on")) << program.output().constData();
 }
 
+// An encoder that is on every machine stands in for those that need a device.
+TEST(Program, askedAboutAnEncoderAnswersAndDoesNothingElse)
+{
+    const TemporaryHome home;
+    const QString asked = QStringLiteral("--probe-encoder");
+    const QStringList good = QStringLiteral("0 320 180 30 200000 1 1 1 0").split(QLatin1Char(' '));
+    const QStringList nonsense = QStringLiteral("0 0 -5 30 200000 1 1 1 0").split(QLatin1Char(' '));
+    const struct {
+        QStringList arguments;
+        int code;
+    } cases[] = {
+        {QStringList{asked, QStringLiteral("libx264")} + good, 0},
+        {QStringList{asked, QStringLiteral("libx265")} + good, 0},
+        {QStringList{asked, QStringLiteral("libx264")} + nonsense, 1},
+        {{asked, QStringLiteral("libx264")}, 1},
+        {{asked, QStringLiteral("no such encoder")}, 2},
+    };
+    for (const auto& [arguments, code] : cases) {
+        Program program(arguments);
+        ASSERT_TRUE(program.process().waitForFinished(60'000));
+        EXPECT_EQ(program.process().exitStatus(), QProcess::NormalExit);
+        EXPECT_EQ(program.process().exitCode(), code) << arguments.join(QLatin1Char(' ')).toStdString();
+    }
+    EXPECT_TRUE(QDir(home.path()).isEmpty());
+}
+
 TEST(Program, crashLeavesARecordThatTheNextLaunchTakesAway)
 {
     const TemporaryHome home;
