@@ -84,14 +84,6 @@ std::vector<const Word*> keptWords(const std::vector<Word>& words, const std::ve
     return kept;
 }
 
-bool isFiller(QStringView text)
-{
-    static const QSet<QString> fillers{QStringLiteral("um"), QStringLiteral("umm"), QStringLiteral("uh"),
-        QStringLiteral("uhh"), QStringLiteral("uhm"), QStringLiteral("er"), QStringLiteral("erm"), QStringLiteral("ah"),
-        QStringLiteral("hmm"), QStringLiteral("mmm"), QStringLiteral("mm")};
-    return fillers.contains(EditOps::norm(text));
-}
-
 int lastIndex(const std::vector<Word>& words) { return static_cast<int>(words.size()) - 1; }
 
 } // namespace
@@ -156,6 +148,14 @@ QString EditOps::norm(QStringView text)
             kept.append(QChar::fromUcs4(character));
     }
     return kept;
+}
+
+bool EditOps::isFiller(QStringView text)
+{
+    static const QSet<QString> fillers{QStringLiteral("um"), QStringLiteral("umm"), QStringLiteral("uh"),
+        QStringLiteral("uhh"), QStringLiteral("uhm"), QStringLiteral("er"), QStringLiteral("erm"), QStringLiteral("ah"),
+        QStringLiteral("hmm"), QStringLiteral("mmm"), QStringLiteral("mm")};
+    return fillers.contains(norm(text));
 }
 
 std::vector<int> EditOps::fillerIndices(const std::vector<Word>& words, const std::vector<Span>& spans)

@@ -42,6 +42,9 @@ struct IndexRange {
 /// Lower case, with nothing left but lower-case letters and the straight apostrophe.
 [[nodiscard]] QString norm(QStringView text);
 
+/// One of the eleven sounds that say nothing, like "um", in any spelling that normalises to it.
+[[nodiscard]] bool isFiller(QStringView text);
+
 /// The filler words that are not cut yet, ascending.
 [[nodiscard]] std::vector<int> fillerIndices(const std::vector<Word>& words, const std::vector<Span>& spans);
 
