@@ -86,7 +86,7 @@ double prewarm(PictureMaker& maker, const Loaded& loaded)
     MediaTime time;
     for (int i = 0; i < warmingPictures; ++i) {
         const PictureMoment moment = maker.grid().at(time);
-        (void)maker.compose(moment);
+        (void)maker.compose(moment, TrackFrames::Use::Run);
         time = moment.end;
     }
     return MonotonicClock::nowMs() - start;
@@ -185,7 +185,7 @@ QCoro::Task<void> Bench::preview(QString path, QStringList arguments)
     int slow = 0;
     for (MediaTime time; time < duration; ++frames) {
         const PictureMoment moment = maker.grid().at(time);
-        (void)maker.compose(moment);
+        (void)maker.compose(moment, TrackFrames::Use::Run);
         const double now = MonotonicClock::nowMs();
         if (frames == 0)
             firstMs = now - start;

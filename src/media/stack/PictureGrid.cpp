@@ -19,18 +19,16 @@ PictureMoment placed(const CompositionSegment& segment, MediaTime from, MediaTim
 
 } // namespace
 
-PictureGrid::PictureGrid(std::shared_ptr<const PlayerItem> item, int thinning)
+PictureGrid::PictureGrid(std::shared_ptr<const PlayerItem> item, PictureDensity density)
     : m_item(std::move(item))
     , m_screen(m_item->composition->screen)
     , m_perSecond(m_item->fps)
-    , m_keysOnly(thinning >= keyPicturesOnly)
+    , m_stride(density.stride)
+    , m_keysOnly(density.keysOnly)
 {
-    constexpr int firstThinnedFps = 30;
-    if (thinning > 0 && m_perSecond == 0) {
-        m_perSecond = firstThinnedFps;
-        --thinning;
-    }
-    m_stride = 1 << thinning;
+    constexpr int fastestFps = 60; // Where the source has no steady rate.
+    if (m_stride > 1 && m_perSecond == 0)
+        m_perSecond = fastestFps;
 }
 
 const CompositionSegment* PictureGrid::segmentFrom(const CompositionTrack& track, MediaTime time)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "media/stack/PlayerItem.h"
+#include "media/stack/PlayingPace.h"
 
 namespace kelmo {
 
@@ -16,10 +17,7 @@ struct PictureMoment {
 /// that an edit elsewhere leaves it alone: the pictures decoded ahead before it are those wanted after it. Immutable.
 class PictureGrid {
 public:
-    static constexpr int keyPicturesOnly = 3;
-
-    /// `thinning` 0 shows all that the item asks for, 1 half as many, 2 a quarter, and 3 key pictures alone.
-    PictureGrid(std::shared_ptr<const PlayerItem> item, int thinning);
+    PictureGrid(std::shared_ptr<const PlayerItem> item, PictureDensity density);
 
     /// The picture of the grid on show at a time.
     [[nodiscard]] PictureMoment at(MediaTime time) const;
@@ -42,7 +40,7 @@ private:
     std::shared_ptr<const PlayerItem> m_item;
     const CompositionTrack& m_screen;
     int m_perSecond; ///< Steps of the grid; 0 when every picture is shown at its own time.
-    int m_stride = 1; ///< Of these, every which one is shown.
+    int m_stride; ///< Of these, every which one is shown.
     bool m_keysOnly;
 };
 

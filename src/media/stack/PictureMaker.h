@@ -11,28 +11,42 @@
 namespace kelmo {
 
 /// Makes the pictures of an item as images of the size that is shown: decodes, draws the face over the screen, scales.
-/// Decoders and recent images outlive the item, so that an edit reuses what was made before it. Owned by one thread;
-/// cancel() may come from any.
+/// Decoders and recent pictures outlive the item, so that an edit reuses what was made before it. Owned by one thread.
 class PictureMaker {
 public:
     using Image = std::shared_ptr<const QImage>;
+    using Use = TrackFrames::Use;
+    using Stop = TrackFrames::Stop;
 
     /// Makes pictures of this item from now on. Null lets go of all media.
     void setItem(std::shared_ptr<const PlayerItem> item);
 
-    /// Leaves out what coarser grids do not show; see PictureGrid.
-    void setThinning(int thinning);
+    /// How much to leave out from now on.
+    void setDensity(PictureDensity density);
     [[nodiscard]] const PictureGrid& grid() const { return *m_grid; }
 
-    /// The picture of a moment, letterboxed into `box` pixels. Null when it cannot be decoded.
-    [[nodiscard]] Image make(const PictureMoment& moment, QSize box, Scaling scaling);
-    /// The same as a composed picture, at the item's own size.
-    [[nodiscard]] VideoFrame compose(const PictureMoment& moment);
+    /// How a picture is asked for: `stop` is asked between two packets whether to give up.
+    struct Way {
+        Use use = Use::Look;
+        Scaling scaling = Scaling::Fast;
+        Stop stop = {};
+    };
 
+    /// The picture of a moment, letterboxed into `box` pixels. Null when it cannot be decoded or is given up.
+    [[nodiscard]] Image make(const PictureMoment& moment, QSize box, const Way& way);
+    /// The same as a composed picture, at the item's own size.
+    [[nodiscard]] VideoFrame compose(const PictureMoment& moment, Use use, const Stop& stop = {});
+
+    /// How many samples of the screen must be decoded before make() can go on.
+    [[nodiscard]] int costOf(const PictureMoment& moment) const;
+    /// The moment of the same piece nearest to this one whose picture is there already; none within a third of a
+    /// second.
+    [[nodiscard]] std::optional<PictureMoment> knownNear(const PictureMoment& moment) const;
+
+    /// Brings the decoders to a moment whose picture came from elsewhere, so that going on from there costs nothing.
+    void getInStep(const PictureMoment& moment, const Stop& stop);
     /// Gets the decoders ready for the join that comes next, when it is less than `lead` after `time`.
     void prepareJoin(MediaTime time, MediaTime lead);
-
-    void cancel(); ///< For quitting: a running make() ends soon.
 
 private:
     struct Key {
@@ -47,20 +61,20 @@ private:
         std::shared_ptr<QImage> image;
     };
 
-    [[nodiscard]] VideoFrame screenAt(std::optional<int> display);
-    [[nodiscard]] std::shared_ptr<const FacePicture> faceAt(std::optional<int> display, ColorTags target);
+    [[nodiscard]] VideoFrame screenAt(std::optional<int> display, Use use, const Stop& stop);
+    [[nodiscard]] std::shared_ptr<const FacePicture> faceAt(
+        std::optional<int> display, ColorTags target, Use use, const Stop& stop);
     [[nodiscard]] std::shared_ptr<QImage> freshImage(QSize size);
     void prepareTrack(const CompositionTrack& track, TrackFrames* frames, MediaTime time, MediaTime lead) const;
     void openTracks();
+    void applyDensity();
 
     std::shared_ptr<const PlayerItem> m_item;
     std::optional<PictureGrid> m_grid;
-    int m_thinning = 0;
+    PictureDensity m_density;
 
-    std::mutex m_mutex; ///< Guards the two pointers against cancel().
     std::unique_ptr<TrackFrames> m_screen;
     std::unique_ptr<TrackFrames> m_camera;
-    bool m_cancelled = false;
 
     std::unique_ptr<FrameConverter> m_converter;
     std::unique_ptr<FaceScaler> m_faceScaler;

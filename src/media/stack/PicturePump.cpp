@@ -9,9 +9,8 @@ namespace {
 /// A paused picture is made again with care once nothing has moved for so long.
 constexpr auto settledAfter = std::chrono::milliseconds(90);
 constexpr MediaTime joinLead{2'000'000};
-constexpr double lateMs = 60;
-constexpr double thinEveryMs = 400;
-constexpr double thickenAfterMs = 3000;
+
+using Use = TrackFrames::Use;
 
 } // namespace
 
@@ -31,7 +30,6 @@ PicturePump::~PicturePump()
         m_changed.notify_all();
     }
     m_presenter.begin(-1, -1);
-    m_maker.cancel();
     m_thread.join();
 }
 
@@ -72,14 +70,22 @@ bool PicturePump::isInterrupted()
     return m_ending || m_next || m_boxChanged;
 }
 
+/// None while it does not play.
+std::optional<double> PicturePump::playingRate()
+{
+    const std::lock_guard lock(m_mutex);
+    return m_running ? std::optional(m_rate) : std::nullopt;
+}
+
 void PicturePump::run()
 {
     std::unique_lock lock(m_mutex);
     while (waitForWork(lock)) {
         if (m_next)
             m_order = *std::exchange(m_next, std::nullopt);
-        else
-            m_order.start = m_running ? m_clock() : m_order.start; // The same again in another size.
+        else // The same again in another size.
+            m_order = {m_order.epoch, m_order.edition, m_order.item, m_running ? m_clock() : m_order.start,
+                m_order.playing, false};
         m_servedBox = m_box;
         m_boxChanged = false;
         lock.unlock();
@@ -101,28 +107,86 @@ void PicturePump::serve()
         m_landed(m_order.epoch);
         return;
     }
-    m_steadySinceMs = MonotonicClock::nowMs();
-    const PictureGrid& grid = m_maker.grid();
-    m_first = m_order.playing ? grid.at(m_order.start) : grid.exactAt(m_order.start);
-    const PictureMaker::Image image = m_maker.make(m_first, m_servedBox, Scaling::Fast);
-    if (image)
-        m_presenter.land({image, m_first.start, m_order.epoch, m_order.edition});
-    m_landed(m_order.epoch);
-    refine();
-    makeAhead(m_first.end);
+    m_pace.begin(MonotonicClock::nowMs());
+    if (m_order.goesOn) {
+        makeAhead(m_order.start);
+    } else if (land()) {
+        rest();
+        makeAhead(m_first.end);
+    }
 }
 
-/// Waits for the order to go ahead; meanwhile a picture that is looked at for a while is scaled with care.
-void PicturePump::refine()
+/// Shows an order's first picture. False when something newer takes its place.
+bool PicturePump::land()
+{
+    if (!m_order.playing)
+        m_maker.setDensity({}); // To the exact frame, whatever was left out while it played.
+    const PictureGrid& grid = m_maker.grid();
+    m_first = m_order.playing ? grid.at(m_order.start) : grid.exactAt(m_order.start);
+    if (!m_order.playing)
+        showNearby(m_order, m_first);
+    const PictureMaker::Image image
+        = m_maker.make(m_first, m_servedBox, {Use::Look, Scaling::Fast, [this] { return attend(); }});
+    if (!image && isInterrupted())
+        return false;
+    if (image)
+        m_presenter.land({image, m_first.start, m_first.end, m_order.epoch, m_order.edition});
+    m_landed(m_order.epoch);
+    return true;
+}
+
+/// Between two packets on the way to a first picture: shows what is at hand for a newer order, and says whether to
+/// give up for it. What is nearly done is finished even though it is out of date, or a pointer that moves without a
+/// pause would see nothing.
+bool PicturePump::attend()
+{
+    std::unique_lock lock(m_mutex);
+    if (m_ending || m_boxChanged)
+        return true;
+    if (!m_next)
+        return false;
+    if (m_next->item != m_order.item || m_next->playing || m_order.playing)
+        return true;
+    const Order next = *m_next;
+    lock.unlock();
+    const PictureMoment wanted = m_maker.grid().exactAt(next.start);
+    if (m_maker.costOf(wanted) < m_maker.costOf(m_first))
+        return true;
+    showNearby(next, wanted);
+    return false;
+}
+
+/// While somebody scrubs, a picture that was decoded before is shown at once when it is nearer than the one on show.
+void PicturePump::showNearby(const Order& order, const PictureMoment& wanted)
+{
+    if (std::exchange(m_attended, order.epoch) == order.epoch)
+        return;
+    const std::optional<PictureMoment> near = m_maker.knownNear(wanted);
+    const Presenter::Picture shown = m_presenter.shown();
+    const auto distance = [&](MediaTime time) { return std::abs((time - order.start).us); };
+    if (!near || (shown.edition == order.edition && distance(shown.start) <= distance(near->start)))
+        return;
+    if (const PictureMaker::Image image = m_maker.make(*near, m_servedBox, {}))
+        m_presenter.land({image, near->start, near->end, order.epoch, order.edition});
+}
+
+/// Waits for the order to go ahead. Meanwhile a picture that is looked at for a while is scaled with care, and the
+/// decoders are brought to where playing would go on.
+void PicturePump::rest()
 {
     std::unique_lock lock(m_mutex);
     const auto moved = [this] { return m_ending || m_next || m_boxChanged || m_ahead; };
     if (m_changed.wait_for(lock, settledAfter, moved))
         return;
     lock.unlock();
-    const PictureMaker::Image image = m_maker.make(m_first, m_servedBox, Scaling::Fine);
+    const auto stop = [this, moved] {
+        const std::lock_guard lock(m_mutex);
+        return moved();
+    };
+    const PictureMaker::Image image = m_maker.make(m_first, m_servedBox, {Use::Look, Scaling::Fine, stop});
     if (image)
-        m_presenter.land({image, m_first.start, m_order.epoch, m_order.edition});
+        m_presenter.land({image, m_first.start, m_first.end, m_order.epoch, m_order.edition});
+    m_maker.getInStep(m_first, stop);
     lock.lock();
     m_changed.wait(lock, moved);
 }
@@ -130,29 +194,10 @@ void PicturePump::refine()
 /// Where to go on when the clock is past `time`: what nobody will see any more need not be made.
 MediaTime PicturePump::caughtUp(MediaTime time)
 {
-    {
-        const std::lock_guard lock(m_mutex);
-        if (!m_running)
-            return time;
-    }
+    if (!playingRate())
+        return time;
     const MediaTime now = m_clock();
     return m_maker.grid().at(time).end < now ? now : time;
-}
-
-void PicturePump::settle(double late)
-{
-    const double now = MonotonicClock::nowMs();
-    if (late > lateMs && m_thinning < PictureGrid::keyPicturesOnly && now - m_thinnedAtMs > thinEveryMs) {
-        ++m_thinning;
-        m_thinnedAtMs = now;
-    }
-    if (late > 0)
-        m_steadySinceMs = now;
-    if (m_thinning > 0 && now - m_steadySinceMs > thickenAfterMs) {
-        --m_thinning;
-        m_steadySinceMs = now;
-    }
-    m_maker.setThinning(m_thinning);
 }
 
 void PicturePump::makeAhead(MediaTime from)
@@ -163,16 +208,16 @@ void PicturePump::makeAhead(MediaTime from)
         time = caughtUp(time);
         const PictureMoment moment = m_maker.grid().at(time);
         m_maker.prepareJoin(time, joinLead);
-        PictureMaker::Image image = m_maker.make(moment, m_servedBox, Scaling::Fast);
-        if (image && !m_presenter.push({std::move(image), moment.start, m_order.epoch, m_order.edition}))
+        PictureMaker::Image image
+            = m_maker.make(moment, m_servedBox, {Use::Run, Scaling::Fast, [this] { return isInterrupted(); }});
+        if (isInterrupted()
+            || (image
+                && !m_presenter.push({std::move(image), moment.start, moment.end, m_order.epoch, m_order.edition})))
             return;
-        bool running = false;
-        {
-            const std::lock_guard lock(m_mutex);
-            running = m_running;
+        if (const std::optional<double> rate = playingRate()) {
+            m_pace.note((m_clock() - moment.end).ms(), MonotonicClock::nowMs());
+            m_maker.setDensity(m_pace.density(*rate));
         }
-        if (running)
-            settle((m_clock() - moment.end).ms());
         time = moment.end;
     }
 }

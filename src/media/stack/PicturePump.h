@@ -16,6 +16,7 @@ public:
         std::shared_ptr<const PlayerItem> item; ///< Null for none.
         MediaTime start;
         bool playing = false; ///< The grid's picture will do, and others will follow.
+        bool goesOn = false; ///< What is on show and what waits remain: pictures are made from `start` on.
     };
 
     /// `clock` tells the time while running; `landed` is called, on the thread, once an epoch's first picture is on
@@ -25,7 +26,9 @@ public:
     PicturePump(const PicturePump&) = delete;
     PicturePump& operator=(const PicturePump&) = delete;
 
-    void begin(Order order); ///< The newest replaces the one before, whose first picture is still finished.
+    /// The newest replaces the one before. A first picture that is under way is still finished where starting for the
+    /// newest would take longer.
+    void begin(Order order);
     void goAhead(); ///< Makes what follows, too.
     void setRunning(bool running, double rate);
     void setBox(QSize pixels); ///< What to fit pictures into; empty when nobody looks, and then none are made.
@@ -34,10 +37,13 @@ private:
     void run();
     [[nodiscard]] bool waitForWork(std::unique_lock<std::mutex>& lock);
     void serve();
+    [[nodiscard]] bool land();
+    [[nodiscard]] bool attend();
+    void showNearby(const Order& order, const PictureMoment& wanted);
+    void rest();
     void makeAhead(MediaTime from);
-    void refine();
-    void settle(double lateMs);
     [[nodiscard]] MediaTime caughtUp(MediaTime time);
+    [[nodiscard]] std::optional<double> playingRate();
     [[nodiscard]] bool isInterrupted();
 
     Presenter& m_presenter;
@@ -59,9 +65,8 @@ private:
     Order m_order;
     QSize m_servedBox;
     PictureMoment m_first;
-    int m_thinning = 0;
-    double m_steadySinceMs = 0;
-    double m_thinnedAtMs = 0;
+    int m_attended = 0; ///< The latest epoch that something nearby was looked for.
+    PlayingPace m_pace;
     std::thread m_thread;
 };
 

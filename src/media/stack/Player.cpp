@@ -1,6 +1,9 @@
 #include "media/stack/Player.h"
 
+#include "media/stack/AudioMixer.h"
+#include "media/stack/Continuation.h"
 #include "media/stack/CubebOutput.h"
+#include "media/stack/PeakLimiter.h"
 
 namespace kelmo {
 
@@ -8,6 +11,10 @@ namespace {
 
 constexpr int tickMs = 33;
 constexpr int patienceMs = 400;
+/// An edit's playhead is the last one reported, so it is a little behind what is heard.
+constexpr MediaTime staleness{100'000};
+/// Before a join, sound differs by its ramp and by what the limiter sees coming.
+constexpr int64_t joinReach = AudioOutput::rate / 200 + PeakLimiter::reach;
 
 } // namespace
 
@@ -17,27 +24,23 @@ SoundDevice::Opener Player::machineSound()
 }
 
 Player::Player(SoundDevice::Opener opener)
-    : m_ring(std::make_shared<SoundRing>())
-    , m_device(m_ring, std::move(opener))
-    , m_sound(m_ring)
-    , m_presenter([this] { return m_device.position(); },
-          [this] {
-              if (!m_announced.exchange(true)) {
-                  QMetaObject::invokeMethod(
-                      this,
-                      [this] {
-                          m_announced = false;
-                          Q_EMIT pictureChanged();
-                      },
-                      Qt::QueuedConnection);
-              }
-          })
-    , m_pictures(
-          m_presenter, [this] { return m_device.position(); },
-          [this](int epoch) {
-              QMetaObject::invokeMethod(
-                  this, [this, epoch] { landed(epoch); }, Qt::QueuedConnection);
-          })
+    : m_parts(
+        std::move(opener),
+        [this] {
+            if (!m_pictureAnnounced.exchange(true)) {
+                QMetaObject::invokeMethod(
+                    this,
+                    [this] {
+                        m_pictureAnnounced = false;
+                        Q_EMIT pictureChanged();
+                    },
+                    Qt::QueuedConnection);
+            }
+        },
+        [this](int epoch) {
+            QMetaObject::invokeMethod(
+                this, [this, epoch] { landed(epoch); }, Qt::QueuedConnection);
+        })
 {
     m_tick.setInterval(tickMs);
     m_tick.setTimerType(Qt::PreciseTimer);
@@ -47,49 +50,66 @@ Player::Player(SoundDevice::Opener opener)
     connect(&m_patience, &QTimer::timeout, this, &Player::run);
 }
 
-Player::~Player() { m_device.setRunning(false); }
+Player::~Player() = default;
 
 MediaTime Player::duration() const { return m_item ? m_item->composition->duration : MediaTime{}; }
 
-MediaTime Player::position() const { return m_status == Status::Playing ? m_device.position() : m_start; }
+MediaTime Player::position() const { return status() == Status::Playing ? m_parts.device.position() : m_start; }
 
-void Player::setStatus(Status status)
+void Player::announceStatus()
 {
-    if (status == m_status)
-        return;
-    m_status = status;
-    if (status == Status::Playing)
-        m_tick.start();
-    else
-        m_tick.stop();
-    Q_EMIT statusChanged();
+    if (std::exchange(m_statusAnnounced, status()) != status())
+        Q_EMIT statusChanged();
 }
 
 /// Starts a new epoch: everything made for the one before is dropped, except pictures that fit.
 void Player::begin(MediaTime start)
 {
+    const bool plays = status() != Status::Paused;
+    m_state.emplace<PlayerPaused>();
     m_start = std::clamp(start, MediaTime{}, std::max(duration(), MediaTime{}));
     ++m_epoch;
-    const bool playing = m_status != Status::Paused;
-    if (playing) {
-        m_device.setRunning(false);
-        m_presenter.setRunning(false, m_rate);
-        m_pictures.setRunning(false, m_rate);
-    }
-    m_ring->begin(m_epoch, m_start);
-    m_presenter.begin(m_epoch, m_edition);
-    m_sound.begin({m_epoch, m_item, m_start, m_rate});
+    m_parts.ring->begin(m_epoch, m_start);
+    m_parts.presenter.begin(m_epoch, m_edition);
+    m_parts.sound.begin({m_epoch, m_item, m_start, m_rate, false, {}});
     // At the very end the last picture stays.
     const MediaTime shown = std::max(MediaTime{}, std::min(m_start, duration() - MediaTime{1}));
-    m_pictures.begin({m_epoch, m_edition, m_item, shown, playing});
-    if (playing) {
-        setStatus(Status::Waiting);
-        m_patience.start();
-    }
+    m_parts.pictures.begin({m_epoch, m_edition, m_item, shown, plays, false});
+    if (plays)
+        m_state.emplace<PlayerWaiting>(m_patience);
+    announceStatus();
+}
+
+/// Puts the item under the playing player, when it goes on there as the one before would have.
+bool Player::goOn(const std::shared_ptr<const PlayerItem>& item, MediaTime edited)
+{
+    if (status() != Status::Playing || m_landedEpoch != m_epoch || !m_item || !item)
+        return false;
+    const std::optional<Continuation> next = Continuation::find(*m_item, position(), *item, edited, staleness);
+    if (!next)
+        return false;
+    std::optional<SoundRing::Carried> carried;
+    const std::optional<MediaTime> from = m_parts.presenter.carryOn(m_edition + 1, next->shift, next->until, [&] {
+        carried = m_parts.ring->carryOn(next->soundShift, AudioMixer::sampleAt(next->until) - joinReach);
+        return carried.has_value();
+    });
+    if (!from)
+        return false;
+    ++m_edition;
+    m_item = item;
+    m_parts.sound.begin({m_epoch, m_item, {}, m_rate, true, *carried});
+    m_parts.pictures.begin({m_epoch, m_edition, m_item, *from, true, true});
+    return true;
 }
 
 void Player::setItem(std::shared_ptr<const PlayerItem> item, MediaTime edited, Completion completion)
 {
+    if (goOn(item, edited)) {
+        m_seeks.emplace_back(m_epoch, std::move(completion));
+        QMetaObject::invokeMethod(
+            this, [this, epoch = m_epoch] { landed(epoch); }, Qt::QueuedConnection);
+        return;
+    }
     if (!item)
         pause();
     m_item = std::move(item);
@@ -113,26 +133,23 @@ void Player::landed(int epoch)
         if (completion)
             completion(seek == epoch);
     }
-    if (epoch == m_epoch && m_status == Status::Waiting)
+    if (epoch == m_epoch)
         run();
 }
 
 void Player::run()
 {
-    if (m_status != Status::Waiting)
+    if (status() != Status::Waiting)
         return;
-    m_patience.stop();
-    m_presenter.setRunning(true, m_rate);
-    m_pictures.setRunning(true, m_rate);
-    m_device.setRunning(true);
-    setStatus(Status::Playing);
+    m_state.emplace<PlayerPlaying>(m_parts, m_rate, m_tick);
+    announceStatus();
 }
 
 void Player::play(double rate)
 {
     if (!m_item)
         return;
-    if (m_status != Status::Paused) {
+    if (status() != Status::Paused) {
         setRate(rate);
         return;
     }
@@ -140,27 +157,23 @@ void Player::play(double rate)
     m_rate = rate;
     if (!sameRate)
         begin(m_start);
-    m_pictures.goAhead();
-    setStatus(Status::Waiting);
-    m_patience.start();
+    m_parts.pictures.goAhead();
+    m_state.emplace<PlayerWaiting>(m_patience);
     if (m_landedEpoch == m_epoch)
-        run();
+        m_state.emplace<PlayerPlaying>(m_parts, m_rate, m_tick);
+    announceStatus();
 }
 
 void Player::pause()
 {
-    if (m_status == Status::Paused)
+    if (status() == Status::Paused)
         return;
     const MediaTime at = position();
-    m_patience.stop();
-    m_device.setRunning(false);
-    m_presenter.setRunning(false, m_rate);
-    m_pictures.setRunning(false, m_rate);
-    setStatus(Status::Paused);
+    m_state.emplace<PlayerPaused>();
     begin(at);
 }
 
-void Player::preroll() { m_pictures.goAhead(); }
+void Player::preroll() { m_parts.pictures.goAhead(); }
 
 void Player::setRate(double rate)
 {
@@ -171,21 +184,17 @@ void Player::setRate(double rate)
     begin(at);
 }
 
-void Player::setMuted(bool muted) { m_device.setMuted(muted); }
+void Player::setMuted(bool muted) { m_parts.device.setMuted(muted); }
 
-void Player::setPictureBox(QSize pixels) { m_pictures.setBox(pixels); }
+void Player::setPictureBox(QSize pixels) { m_parts.pictures.setBox(pixels); }
 
-void Player::forgetPicture() { m_presenter.forget(); }
+void Player::forgetPicture() { m_parts.presenter.forget(); }
 
 void Player::step()
 {
-    if (m_device.hasEnded()) {
-        m_start = duration();
-        m_device.setRunning(false);
-        m_presenter.setRunning(false, m_rate);
-        m_pictures.setRunning(false, m_rate);
-        setStatus(Status::Paused);
-        begin(m_start);
+    if (m_parts.device.hasEnded()) {
+        m_state.emplace<PlayerPaused>();
+        begin(duration());
     }
     Q_EMIT positionChanged(position().ms());
 }

@@ -1,17 +1,13 @@
 #pragma once
 
-// moc stumbles over the standard library unless it has seen Qt first.
-#include <QTimer>
-
-#include "media/stack/PicturePump.h"
-#include "media/stack/SoundDevice.h"
-#include "media/stack/SoundPump.h"
+#include "media/stack/PlayerStates.h"
 
 namespace kelmo {
 
 /// Plays an edit: sound out of the machine, pictures to whoever looks, both by one clock, which is the sound's. The
-/// item can be exchanged at any moment; the shown picture stays until the new one's is there. Main thread only, and no
-/// function of it waits for media. Owns four threads, which end with it.
+/// item can be exchanged at any moment; the shown picture stays until the new one's is there, and where the new edit
+/// goes on as the old one plays, nothing breaks off. Main thread only, and no function of it waits for media. Owns
+/// four threads, which end with it.
 class Player : public QObject {
     Q_OBJECT
 
@@ -29,7 +25,8 @@ public:
 
     [[nodiscard]] static SoundDevice::Opener machineSound();
 
-    /// Plays this from now on, from precisely this time, null for nothing. A player that plays goes on there.
+    /// Plays this from now on, from precisely this time, null for nothing. A player that plays goes on there; without a
+    /// break where that is, give or take a tenth of a second, the moment of the source that it plays already.
     void setItem(std::shared_ptr<const PlayerItem> item, MediaTime edited = {}, Completion completion = {});
     /// Goes to precisely this time. `completion` is called once its picture is on show, or with false as soon as a
     /// later seek has overtaken it.
@@ -43,14 +40,14 @@ public:
     /// Pictures are made to fit this many device pixels; empty when nobody looks, and then none are made.
     void setPictureBox(QSize pixels);
     /// The picture on show; null before the first.
-    [[nodiscard]] std::shared_ptr<const QImage> picture() const { return m_presenter.shown().image; }
+    [[nodiscard]] std::shared_ptr<const QImage> picture() const { return m_parts.presenter.shown().image; }
     /// When the picture on show begins, on the edited clock.
-    [[nodiscard]] MediaTime pictureTime() const { return m_presenter.shown().start; }
+    [[nodiscard]] MediaTime pictureTime() const { return m_parts.presenter.shown().start; }
     void forgetPicture();
 
-    [[nodiscard]] Status status() const { return m_status; }
+    [[nodiscard]] Status status() const { return Status(m_state.index()); }
     [[nodiscard]] double rate() const { return m_rate; }
-    [[nodiscard]] bool isAudible() const { return m_device.isAudible(); }
+    [[nodiscard]] bool isAudible() const { return m_parts.device.isAudible(); }
     [[nodiscard]] MediaTime position() const; ///< On the edited clock.
 
 Q_SIGNALS:
@@ -60,29 +57,26 @@ Q_SIGNALS:
 
 private:
     void begin(MediaTime start);
+    [[nodiscard]] bool goOn(const std::shared_ptr<const PlayerItem>& item, MediaTime edited);
     void landed(int epoch);
     void run();
-    void setStatus(Status status);
     void step();
+    void announceStatus();
     [[nodiscard]] MediaTime duration() const;
 
     std::shared_ptr<const PlayerItem> m_item;
-    Status m_status = Status::Paused;
     double m_rate = 1;
-    MediaTime m_start;
+    MediaTime m_start; ///< Where it stands while it does not play.
     int m_epoch = 0;
     int m_edition = 0;
     int m_landedEpoch = 0;
     std::vector<std::pair<int, Completion>> m_seeks; ///< By epoch, ascending.
     QTimer m_tick;
-    QTimer m_patience; ///< Sound does not wait for a picture for ever.
-    std::atomic<bool> m_announced = false; ///< A pictureChanged() is under way.
-
-    std::shared_ptr<SoundRing> m_ring;
-    SoundDevice m_device;
-    SoundPump m_sound;
-    Presenter m_presenter;
-    PicturePump m_pictures;
+    QTimer m_patience;
+    std::atomic<bool> m_pictureAnnounced = false; ///< A pictureChanged() is under way.
+    Status m_statusAnnounced = Status::Paused;
+    PlayerParts m_parts;
+    PlayerState m_state; ///< In the order of Status.
 };
 
 } // namespace kelmo

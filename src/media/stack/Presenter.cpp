@@ -39,6 +39,25 @@ void Presenter::begin(int epoch, int edition)
     m_changed.notify_all();
 }
 
+std::optional<MediaTime> Presenter::carryOn(
+    int edition, MediaTime shift, MediaTime until, const std::function<bool()>& moveClock)
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_shown.edition != m_edition || !moveClock())
+        return std::nullopt;
+    std::erase_if(m_waiting, [&](const Picture& picture) { return picture.start >= until; });
+    const auto move = [&](Picture& picture) {
+        picture.start += shift;
+        picture.end = std::min(picture.end, until) + shift;
+        picture.edition = edition;
+    };
+    move(m_shown);
+    std::for_each(m_waiting.begin(), m_waiting.end(), move);
+    m_edition = edition;
+    m_changed.notify_all();
+    return m_waiting.empty() ? m_shown.end : m_waiting.back().end;
+}
+
 void Presenter::show(Picture picture)
 {
     const bool isNew = picture.image != m_shown.image;
@@ -58,18 +77,13 @@ void Presenter::land(Picture picture)
 bool Presenter::push(Picture picture)
 {
     std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [&] { return m_epoch != picture.epoch || m_waiting.size() < capacity; });
-    if (m_epoch != picture.epoch)
+    const auto isOver = [&] { return m_epoch != picture.epoch || m_edition != picture.edition; };
+    m_changed.wait(lock, [&] { return isOver() || m_waiting.size() < capacity; });
+    if (isOver())
         return false;
     m_waiting.push_back(std::move(picture));
     m_changed.notify_all();
     return true;
-}
-
-bool Presenter::isFull() const
-{
-    const std::lock_guard lock(m_mutex);
-    return m_waiting.size() >= capacity;
 }
 
 void Presenter::setRunning(bool running, double rate)
@@ -100,9 +114,12 @@ void Presenter::run()
             m_changed.wait(lock);
             continue;
         }
+        const int edition = m_edition;
         lock.unlock();
         const MediaTime now = m_clock();
         lock.lock();
+        if (edition != m_edition)
+            continue; // That was the time of another clock.
         const auto next = std::find_if(
             m_waiting.begin(), m_waiting.end(), [&](const Picture& picture) { return picture.start > now; });
         if (next != m_waiting.begin() && m_running) {

@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 namespace kelmo {
@@ -21,6 +22,7 @@ public:
     struct Picture {
         std::shared_ptr<const QImage> image;
         MediaTime start; ///< On the edited clock.
+        MediaTime end; ///< Not included.
         int epoch = 0;
         int edition = 0; ///< Of the item: a picture of a replaced one is never shown.
     };
@@ -32,11 +34,15 @@ public:
     Presenter& operator=(const Presenter&) = delete;
 
     void begin(int epoch, int edition); ///< Drops what waits.
+    /// Another item takes over that shows the same up to `until` (on the clock so far), `shift` later: what is made up
+    /// to there remains. `moveClock` moves the clock to the new item's; when it says that this cannot be, nothing
+    /// happens. Returns where new pictures are wanted from, on the new clock.
+    [[nodiscard]] std::optional<MediaTime> carryOn(
+        int edition, MediaTime shift, MediaTime until, const std::function<bool()>& moveClock);
     /// Shows the picture at once, if it belongs to the current edition and nothing newer is on show.
     void land(Picture picture);
-    /// Adds a picture; waits while there are enough. False when its epoch is over.
+    /// Adds a picture; waits while there are enough. False when its epoch or edition is over.
     [[nodiscard]] bool push(Picture picture);
-    [[nodiscard]] bool isFull() const;
     void setRunning(bool running, double rate);
     void forget(); ///< Shows nothing.
 

@@ -211,7 +211,8 @@ std::shared_ptr<SoundDevice::Line> SoundDevice::deviceLine(State& state)
             return line;
         }
     }
-    Log::line(u"sound", QStringLiteral("a sound device opened but does not play; going on without it"));
+    if (!state.quitting)
+        Log::line(u"sound", QStringLiteral("a sound device opened but does not play; going on without it"));
     return nullptr;
 }
 

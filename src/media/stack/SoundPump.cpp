@@ -1,7 +1,6 @@
 #include "media/stack/SoundPump.h"
 
 #include "media/stack/AudioOutput.h"
-#include "media/stack/SoundStretcher.h"
 #include "telemetry/Log.h"
 
 namespace kelmo {
@@ -78,36 +77,80 @@ void SoundPump::prepareMixer(const Order& order)
     m_item = order.item;
 }
 
-void SoundPump::serve(const Order& order)
+/// The same epoch's next item, if there is one by now.
+std::optional<SoundPump::Order> SoundPump::takeNextRevision(const Order& order)
+{
+    const std::lock_guard lock(m_mutex);
+    if (!m_next || !m_next->goesOn || m_next->epoch != order.epoch || m_next->rate != order.rate)
+        return std::nullopt;
+    return std::exchange(m_next, std::nullopt);
+}
+
+/// A new course, from an order's start or from where the ring's sound ends.
+SoundPump::Course SoundPump::begun(const Order& order)
+{
+    prepareMixer(order);
+    Course course;
+    course.first = order.goesOn ? m_ring->takeUp(order.epoch, order.carried.revision).end + order.carried.shift
+                                : AudioMixer::sampleAt(order.start);
+    course.at = course.first;
+    course.end = AudioMixer::sampleAt(order.item->composition->duration);
+    // At the playing rate what goes on fits to the sample.
+    course.fades = course.first > 0 && !(order.goesOn && order.rate == 1);
+    course.stretcher = std::make_unique<SoundStretcher>(order.rate);
+    return course;
+}
+
+/// Goes over to the next revision: as if nothing had been, where what is mixed already holds for it too.
+void SoundPump::turnTo(Order next, Order& order, Course& course)
+{
+    prepareMixer(next);
+    const SoundRing::Held held = m_ring->takeUp(next.epoch, next.carried.revision);
+    const int64_t moved = next.carried.shift - order.carried.shift;
+    const bool holds = course.at < course.end && course.at - order.carried.shift <= held.valid;
+    order = std::move(next);
+    if (!holds) {
+        course = begun(order);
+        return;
+    }
+    course.first += moved;
+    course.at += moved;
+    course.end = AudioMixer::sampleAt(order.item->composition->duration);
+}
+
+/// Mixes the next chunk and returns what of it is ready to be heard.
+SoundRing::Block SoundPump::mixOn(const Order& order, Course& course)
+{
+    std::vector<float> mixed(size_t(std::clamp<int64_t>(course.end - course.at, 0, chunk)) * channels);
+    const auto count = int(mixed.size() / channels);
+    // What cannot be read is silence: a damaged stretch must not stop the rest.
+    if (m_mixer && !m_mixer->mix(course.at, count, mixed.data()))
+        std::fill(mixed.begin(), mixed.end(), 0.0f);
+    if (course.fades && course.at - course.first < fadeFrames)
+        fadeIn(mixed, course.at - course.first);
+    course.stretcher->put(mixed.data(), count);
+    course.at += count;
+    if (course.at >= course.end)
+        course.stretcher->finish();
+    const double from = double(course.first - order.carried.shift) + course.stretcher->consumed();
+    return {course.stretcher->take(), from, order.rate};
+}
+
+void SoundPump::serve(Order order)
 {
     if (!order.item) {
         m_item.reset();
         m_mixer.reset();
         return;
     }
-    prepareMixer(order);
-    SoundStretcher stretcher(order.rate);
-    const int64_t first = AudioMixer::sampleAt(order.start);
-    const int64_t end = AudioMixer::sampleAt(order.item->composition->duration);
-    std::vector<float> mixed;
-    int64_t at = first;
+    Course course = begun(order);
     do {
-        mixed.assign(size_t(std::clamp<int64_t>(end - at, 0, chunk)) * channels, 0);
-        const auto count = int(mixed.size() / channels);
-        // What cannot be read is silence: a damaged stretch must not stop the rest.
-        if (m_mixer && !m_mixer->mix(at, count, mixed.data()))
-            std::fill(mixed.begin(), mixed.end(), 0.0f);
-        if (first > 0 && at - first < fadeFrames)
-            fadeIn(mixed, at - first);
-        stretcher.put(mixed.data(), count);
-        at += count;
-        if (at >= end)
-            stretcher.finish();
-        const double from = double(first) + stretcher.consumed();
-        if (!m_ring->push(order.epoch, {stretcher.take(), from, order.rate}))
+        if (!m_ring->push(order.epoch, order.carried.revision, mixOn(order, course)))
             return;
-    } while (at < end && !isStale(order.epoch));
-    m_ring->finish(order.epoch);
+        if (std::optional<Order> next = takeNextRevision(order))
+            turnTo(*std::move(next), order, course);
+    } while (course.at < course.end && !isStale(order.epoch));
+    m_ring->finish(order.epoch, order.carried.revision);
 }
 
 } // namespace kelmo

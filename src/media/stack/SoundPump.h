@@ -3,6 +3,7 @@
 #include "media/stack/AudioMixer.h"
 #include "media/stack/PlayerItem.h"
 #include "media/stack/SoundRing.h"
+#include "media/stack/SoundStretcher.h"
 
 #include <thread>
 
@@ -17,6 +18,9 @@ public:
         std::shared_ptr<const PlayerItem> item;
         MediaTime start;
         double rate = 1;
+        /// Another item goes on in the epoch, as this revision of it; see SoundRing. `start` is not looked at then.
+        bool goesOn = false;
+        SoundRing::Carried carried;
     };
 
     explicit SoundPump(std::shared_ptr<SoundRing> ring);
@@ -27,9 +31,22 @@ public:
     void begin(Order order);
 
 private:
+    /// A stretch that is mixed without a break, in samples of the item's clock.
+    struct Course {
+        int64_t first = 0;
+        int64_t at = 0; ///< The next to be mixed.
+        int64_t end = 0;
+        bool fades = false; ///< Its beginning would click.
+        std::unique_ptr<SoundStretcher> stretcher;
+    };
+
     void run();
-    void serve(const Order& order);
+    void serve(Order order);
     void prepareMixer(const Order& order);
+    [[nodiscard]] Course begun(const Order& order);
+    void turnTo(Order next, Order& order, Course& course);
+    [[nodiscard]] SoundRing::Block mixOn(const Order& order, Course& course);
+    [[nodiscard]] std::optional<Order> takeNextRevision(const Order& order);
     [[nodiscard]] bool isStale(int epoch) const { return m_epoch != epoch; }
 
     const std::shared_ptr<SoundRing> m_ring;

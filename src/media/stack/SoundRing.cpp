@@ -3,6 +3,7 @@
 #include "media/stack/AudioOutput.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace kelmo {
 
@@ -20,19 +21,28 @@ MediaTime timeOf(double editedFrame) { return {int64_t(editedFrame * 1e6 / Audio
 void SoundRing::begin(int epoch, MediaTime start)
 {
     const std::lock_guard lock(m_mutex);
-    if (m_running && !m_blocks.empty()) {
-        m_tail.assign(fadeFrames * channels, 0);
-        const int64_t got = fill(m_tail.data(), int64_t(fadeFrames));
-        m_tail.resize(size_t(got) * channels);
-        fadeOut(m_tail.data(), got);
-    }
+    if (m_running)
+        leaveTail();
     m_blocks.clear();
     m_offset = 0;
     m_marks.clear();
     m_epoch = epoch;
+    m_start = double(start.us) * AudioOutput::rate / 1e6;
+    m_revision = 0;
+    m_shift = 0;
+    m_validUntil = everything;
     m_reported = start;
     m_finished = false;
     m_changed.notify_all();
+}
+
+/// What the device has begun to play breaks off: a little more of it is heard, ever more softly.
+void SoundRing::leaveTail()
+{
+    m_tail.assign(fadeFrames * channels, 0);
+    const int64_t got = fill(m_tail.data(), int64_t(fadeFrames));
+    m_tail.resize(size_t(got) * channels);
+    fadeOut(m_tail.data(), got);
 }
 
 void SoundRing::fadeOut(float* interleaved, int64_t frames)
@@ -49,7 +59,72 @@ int64_t SoundRing::queued() const
     return frames;
 }
 
-bool SoundRing::push(int epoch, Block block)
+/// Where on the epoch's clock the sound ends that devices have been given.
+double SoundRing::givenEnd() const
+{
+    if (m_marks.empty())
+        return m_start;
+    const Mark& last = m_marks.back();
+    return last.editedFrame + double(last.frames) * last.editedPerFrame;
+}
+
+double SoundRing::queuedEnd() const
+{
+    if (m_blocks.empty())
+        return givenEnd();
+    const Block& last = m_blocks.back();
+    return last.editedFrame + double(last.samples.size() / channels) * last.editedPerFrame;
+}
+
+/// Drops what waits from a frame of the epoch's clock on.
+void SoundRing::cutAt(int64_t frame)
+{
+    while (!m_blocks.empty() && queuedEnd() > double(frame)) {
+        Block& last = m_blocks.back();
+        const double fitting = std::floor((double(frame) - last.editedFrame) / last.editedPerFrame);
+        const size_t gone = m_blocks.size() == 1 ? m_offset : 0;
+        if (fitting > double(gone)) {
+            last.samples.resize(size_t(fitting) * channels);
+            // Sound at the playing rate goes on to the sample, any other is begun anew.
+            if (last.editedPerFrame != 1) {
+                const auto fading = std::min<int64_t>(int64_t(fadeFrames), int64_t(fitting));
+                fadeOut(last.samples.data() + last.samples.size() - size_t(fading) * channels, fading);
+            }
+            return;
+        }
+        m_blocks.pop_back();
+        m_offset = m_blocks.empty() ? 0 : m_offset;
+    }
+}
+
+std::optional<SoundRing::Carried> SoundRing::carryOn(int64_t shift, int64_t until)
+{
+    const std::lock_guard lock(m_mutex);
+    const int64_t valid = until - m_shift;
+    if (givenEnd() > double(valid))
+        return std::nullopt;
+    m_validUntil = std::min(m_validUntil, valid);
+    cutAt(m_validUntil);
+    m_shift += shift;
+    ++m_revision;
+    m_finished = false;
+    m_reported.us += scaled(shift, 1'000'000, AudioOutput::rate);
+    m_changed.notify_all();
+    return Carried{m_revision, m_shift};
+}
+
+SoundRing::Held SoundRing::takeUp(int epoch, int revision)
+{
+    const std::lock_guard lock(m_mutex);
+    if (epoch != m_epoch)
+        return {};
+    const Held held{m_validUntil, int64_t(std::ceil(queuedEnd()))};
+    if (revision == m_revision)
+        m_validUntil = everything;
+    return held;
+}
+
+bool SoundRing::push(int epoch, int revision, Block block)
 {
     std::unique_lock lock(m_mutex);
     m_changed.wait(lock, [&] { return m_closed || epoch != m_epoch || queued() < capacity; });
@@ -57,19 +132,23 @@ bool SoundRing::push(int epoch, Block block)
         return false;
     if (!block.samples.empty())
         m_blocks.push_back(std::move(block));
+    if (revision != m_revision)
+        cutAt(m_validUntil);
     return true;
 }
 
-void SoundRing::finish(int epoch)
+void SoundRing::finish(int epoch, int revision)
 {
     const std::lock_guard lock(m_mutex);
-    if (epoch == m_epoch)
+    if (epoch == m_epoch && revision == m_revision)
         m_finished = true;
 }
 
 void SoundRing::setRunning(bool running)
 {
     const std::lock_guard lock(m_mutex);
+    if (m_running && !running)
+        leaveTail();
     m_running = running;
 }
 
@@ -148,7 +227,7 @@ MediaTime SoundRing::position(const Feed& feed, int64_t heard)
     if (next != m_marks.begin()) {
         const Mark& mark = *std::prev(next);
         const auto within = double(std::min(frame - mark.first, mark.frames));
-        m_reported = std::max(m_reported, timeOf(mark.editedFrame + within * mark.editedPerFrame));
+        m_reported = std::max(m_reported, timeOf(mark.editedFrame + double(m_shift) + within * mark.editedPerFrame));
     }
     return m_reported;
 }

@@ -1,50 +1,47 @@
 #include "media/stack/TrackFrames.h"
 
+#include <algorithm>
+
 namespace kelmo {
 
 namespace {
 
 /// So few samples more are decoded before a start elsewhere would have paid off.
 constexpr int nearbySamples = 8;
+/// How often somebody who waits for the other decoder looks whether that is still wanted.
+constexpr auto stopPeriod = std::chrono::milliseconds(2);
 
 } // namespace
 
-TrackFrames::TrackFrames(std::shared_ptr<const Asset> asset, const Track& track, int threads)
+TrackFrames::TrackFrames(std::shared_ptr<const Asset> asset, const Track& track, int threads, size_t cacheBytes)
     : m_asset(std::move(asset))
     , m_track(track)
     , m_threads(threads)
+    , m_cache(std::make_shared<FrameCache>(cacheBytes))
 {
 }
 
 TrackFrames::~TrackFrames()
 {
-    cancel();
     {
         const std::lock_guard lock(m_mutex);
         m_ending = true;
+        m_abandoned = true;
         m_changed.notify_all();
     }
     if (m_thread.joinable())
         m_thread.join();
 }
 
-void TrackFrames::cancel()
+void TrackFrames::setWanted(const std::shared_ptr<const std::vector<bool>>& samples, bool referencesOnly)
 {
-    const std::lock_guard lock(m_mutex);
-    for (const std::unique_ptr<VideoDecoder>& decoder : m_decoders) {
-        if (decoder)
-            decoder->cancel();
-    }
-}
-
-void TrackFrames::setWanted(const std::shared_ptr<const std::vector<bool>>& samples)
-{
-    std::unique_lock lock(m_mutex);
+    Lock lock(m_mutex);
+    abandonPreparation(lock);
     m_wanted = samples;
-    m_changed.wait(lock, [this] { return !m_busy; });
+    m_referencesOnly = referencesOnly;
     for (const std::unique_ptr<VideoDecoder>& decoder : m_decoders) {
         if (decoder)
-            decoder->setWanted(samples);
+            decoder->setWanted(samples, referencesOnly);
     }
 }
 
@@ -55,57 +52,95 @@ Result<VideoDecoder*> TrackFrames::opened(size_t which)
     Result<std::unique_ptr<VideoDecoder>> decoder = VideoDecoder::open(m_asset, m_track, m_threads);
     if (!decoder)
         return tl::unexpected(decoder.error());
-    const std::lock_guard lock(m_mutex);
     m_decoders[which] = std::move(*decoder);
-    m_decoders[which]->setWanted(m_wanted);
+    m_decoders[which]->setWanted(m_wanted, m_referencesOnly);
+    m_decoders[which]->keepIn(m_cache);
     return m_decoders[which].get();
 }
 
-void TrackFrames::chooseFor(int display)
+bool TrackFrames::isKnown(int display) const { return m_cache->has(ptsOf(display)); }
+
+std::optional<int> TrackFrames::knownNear(int display, int first, int last) const
 {
-    std::unique_lock lock(m_mutex);
-    if (m_prepared == display) {
-        m_changed.wait(lock, [this] { return !m_busy; });
-        m_prepared.reset();
-        m_playing = 1 - m_playing;
-        return;
+    for (int away = 0; display - away >= first || display + away <= last; ++away) {
+        for (const int each : {display - away, display + away}) {
+            if (each >= first && each <= last && isKnown(each))
+                return each;
+        }
     }
-    const VideoDecoder* playing = m_decoders[m_playing].get();
-    if (m_busy || !playing)
-        return;
-    // A jump leaves the decoder that plays where it is: a player that pauses and goes on comes back there.
-    const int cost = playing->costOf(display);
-    const VideoDecoder* other = m_decoders[1 - m_playing].get();
-    if (other ? other->costOf(display) <= cost && cost > nearbySamples : cost > nearbySamples) {
-        m_prepared.reset();
-        m_playing = 1 - m_playing;
-    }
+    return std::nullopt;
 }
 
-Result<VideoFrame> TrackFrames::frame(int display)
+int TrackFrames::costOf(int display) const
 {
-    chooseFor(display);
+    if (isKnown(display))
+        return 0;
+    if (m_decoders[m_playing])
+        return m_decoders[m_playing]->costOf(display);
+    const SampleIndex::Display& entry = m_track.index.displays()[size_t(display)];
+    return entry.sample - entry.key + 1;
+}
+
+/// Stops the other decoder within a packet, unless it is at rest.
+void TrackFrames::abandonPreparation(Lock& lock)
+{
+    m_abandoned = true;
+    m_changed.wait(lock, [this] { return !m_busy; });
+    m_abandoned = false;
+    m_prepared.reset();
+}
+
+/// Makes the decoder with the shorter way the one that plays. False when `stop` says so.
+bool TrackFrames::chooseFor(int display, const Stop& stop)
+{
+    Lock lock(m_mutex);
+    if (m_prepared == display) {
+        while (m_busy) {
+            lock.unlock(); // What is asked may look at this object.
+            if (stop && stop())
+                return false;
+            lock.lock();
+            m_changed.wait_for(lock, stopPeriod, [this] { return !m_busy; });
+        }
+        m_prepared.reset();
+        m_playing = 1 - m_playing;
+        return true;
+    }
+    const VideoDecoder* playing = m_decoders[m_playing].get();
+    const int cost = playing ? playing->costOf(display) : 0;
+    if (cost <= nearbySamples)
+        return true;
+    // A jump leaves the decoder that plays where it is: a player that pauses and goes on comes back there.
+    abandonPreparation(lock);
+    const VideoDecoder* other = m_decoders[1 - m_playing].get();
+    if (!other || other->costOf(display) <= cost)
+        m_playing = 1 - m_playing;
+    return true;
+}
+
+Result<VideoFrame> TrackFrames::frame(int display, Use use, const Stop& stop)
+{
+    if (use == Use::Look) {
+        if (VideoFrame known = m_cache->find(ptsOf(display)))
+            return known;
+    }
+    if (!chooseFor(display, stop))
+        return failure(QStringLiteral("Player"), 1);
     Result<VideoDecoder*> decoder = opened(m_playing);
     if (!decoder)
         return tl::unexpected(decoder.error());
-    return (*decoder)->frame(display);
+    return (*decoder)->frame(display, stop);
 }
 
-void TrackFrames::prepare(int last, int display)
+void TrackFrames::prepare(int display)
 {
-    const std::vector<SampleIndex::Display>& entries = m_track.index.displays();
-    const int onwards = entries[size_t(display)].sample - entries[size_t(last)].sample;
-    if (onwards >= 0 && onwards <= nearbySamples)
-        return;
     const size_t other = 1 - m_playing;
-    {
-        const std::lock_guard lock(m_mutex);
-        if (m_busy || m_prepared == display)
-            return;
-    }
+    const VideoDecoder* playing = m_decoders[m_playing].get();
+    Lock lock(m_mutex);
+    if (m_busy || m_prepared == display || (playing && playing->costOf(display) <= nearbySamples))
+        return;
     if (!opened(other))
         return;
-    const std::lock_guard lock(m_mutex);
     m_prepared = display;
     m_busy = true;
     if (!m_thread.joinable())
@@ -115,7 +150,7 @@ void TrackFrames::prepare(int last, int display)
 
 void TrackFrames::runAhead()
 {
-    std::unique_lock lock(m_mutex);
+    Lock lock(m_mutex);
     for (;;) {
         m_changed.wait(lock, [this] { return m_ending || m_busy; });
         if (m_ending)
@@ -123,7 +158,8 @@ void TrackFrames::runAhead()
         VideoDecoder* decoder = m_decoders[1 - m_playing].get();
         const int display = *m_prepared;
         lock.unlock();
-        (void)decoder->frame(display); // Whoever asks for it next gets the error.
+        // Whoever asks for it next gets the error.
+        (void)decoder->frame(display, [this] { return m_abandoned.load(); });
         lock.lock();
         m_busy = false;
         m_changed.notify_all();

@@ -60,7 +60,11 @@ void VideoDecoder::expect(std::span<const int> displays)
         m_mustRestart = true;
 }
 
-void VideoDecoder::setWanted(std::shared_ptr<const std::vector<bool>> samples) { m_wanted = std::move(samples); }
+void VideoDecoder::setWanted(std::shared_ptr<const std::vector<bool>> samples, bool referencesOnly)
+{
+    m_wanted = std::move(samples);
+    m_referencesOnly = referencesOnly;
+}
 
 void VideoDecoder::noteSkipped(int sample)
 {
@@ -77,7 +81,7 @@ bool VideoDecoder::wasSkipped(int display) const
 
 bool VideoDecoder::isAhead(int display) const
 {
-    if (wasSkipped(display))
+    if (!m_referencesOnly && wasSkipped(display))
         return false;
     return m_next >= 0 && !m_mustRestart && m_track.index.sampleOf(display).pts > m_shownPts
         && (!m_draining || m_track.index.displays()[size_t(display)].sample < m_next);
@@ -92,7 +96,7 @@ int VideoDecoder::costOf(int display) const
     return isAhead(display) ? std::min(fromKey, std::max(0, entry.sample - m_next + 1)) : fromKey;
 }
 
-Result<VideoFrame> VideoDecoder::frame(int display)
+Result<VideoFrame> VideoDecoder::frame(int display, const Stop& stop)
 {
     const SampleIndex::Display& entry = m_track.index.displays()[size_t(display)];
     const int64_t target = m_track.index.samples()[size_t(entry.sample)].pts;
@@ -104,7 +108,7 @@ Result<VideoFrame> VideoDecoder::frame(int display)
     }
     if (!isAhead(display) || entry.key > m_next)
         restartAt(entry.key);
-    return decodeUpTo(target);
+    return decodeUpTo(target, stop);
 }
 
 void VideoDecoder::restartAt(int sample)
@@ -148,9 +152,9 @@ Result<void> VideoDecoder::feed(int64_t targetPts)
         if (Result<void> read = m_reader->read(m_next, *packet); !read)
             return read;
         // Pictures that no other one refers to and that nobody will see need not be decoded.
-        const bool wanted = isWanted(m_next, targetPts);
+        const bool wanted = !m_referencesOnly && isWanted(m_next, targetPts);
         m_codec->skip_frame = wanted ? AVDISCARD_DEFAULT : AVDISCARD_NONREF;
-        if (!wanted && m_wanted)
+        if (!wanted)
             noteSkipped(m_next);
         if (avcodec_send_packet(m_codec.get(), packet.get()) < 0 && ++m_errors > mostErrorsInARow)
             return avFailure(AVERROR_INVALIDDATA, QStringLiteral("Can’t play"), m_asset->name());
@@ -159,12 +163,12 @@ Result<void> VideoDecoder::feed(int64_t targetPts)
     return {};
 }
 
-Result<VideoFrame> VideoDecoder::decodeUpTo(int64_t targetPts)
+Result<VideoFrame> VideoDecoder::decodeUpTo(int64_t targetPts, const Stop& stop)
 {
     if (m_ahead && m_aheadPts < targetPts)
         take(std::exchange(m_ahead, {}), m_aheadPts);
     for (;;) {
-        if (m_cancelled)
+        if (stop && stop())
             return failure(QStringLiteral("Player"), 1);
         if (m_ahead) // Still ahead: what lies between is lost.
             return m_shown ? m_shown : m_ahead;
@@ -185,6 +189,8 @@ Result<VideoFrame> VideoDecoder::decodeUpTo(int64_t targetPts)
         m_errors = 0;
         const int64_t pts = frame->pts;
         VideoFrame picture(frame.release());
+        if (m_cache)
+            m_cache->keep(pts, picture);
         if (pts > targetPts) {
             m_ahead = std::move(picture);
             m_aheadPts = pts;

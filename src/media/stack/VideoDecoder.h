@@ -1,9 +1,10 @@
 #pragma once
 
 #include "media/stack/Asset.h"
+#include "media/stack/FrameCache.h"
 #include "platform/Error.h"
 
-#include <atomic>
+#include <functional>
 #include <limits>
 #include <span>
 
@@ -18,26 +19,30 @@ class PacketReader;
 /// thread-safe, but may move between threads. Opening takes a few milliseconds, so keep it.
 class VideoDecoder {
 public:
+    /// Asked between two packets: true gives up, and leaves the decoder on its way.
+    using Stop = std::function<bool()>;
+
     /// `threads` is how many frames may be decoded at once. Requires a video track of `asset`.
     [[nodiscard]] static Result<std::unique_ptr<VideoDecoder>> open(
         std::shared_ptr<const Asset> asset, const Track& track, int threads);
     ~VideoDecoder();
 
     /// The picture of an entry of the track's display list, as the stream has it (any pixel format, not yet rotated).
-    /// A picture that the file lost is answered with the one shown before it. Fails only when the file cannot be read
-    /// or nothing at all can be decoded.
-    [[nodiscard]] Result<VideoFrame> frame(int display);
+    /// A picture that the file lost is answered with the one shown before it. Fails only when the file cannot be read,
+    /// nothing at all can be decoded, or `stop` says so; then the next call goes on from where this one was.
+    [[nodiscard]] Result<VideoFrame> frame(int display, const Stop& stop = {});
 
     /// Announces the entries that will be asked for next, ascending: others are not decoded unless these depend on
     /// them, and nothing is read beyond the last. An empty list ends the announcement.
     void expect(std::span<const int> displays);
 
     /// For playing: of the entries after the one asked for, only those whose sample is marked will be asked for next.
-    /// Any other may still be asked for, at the cost of starting again. Null when all will be.
-    void setWanted(std::shared_ptr<const std::vector<bool>> samples);
+    /// Any other may still be asked for, at the cost of starting again. Null when all will be. With `referencesOnly`,
+    /// one that no other picture refers to is answered with the one shown before it.
+    void setWanted(std::shared_ptr<const std::vector<bool>> samples, bool referencesOnly = false);
 
-    /// Lets a running frame() fail soon; for quitting. Any thread.
-    void cancel() { m_cancelled = true; }
+    /// Puts every picture that comes out in here from now on, those on the way included.
+    void keepIn(std::shared_ptr<FrameCache> cache) { m_cache = std::move(cache); }
 
     /// How many samples must be decoded to get to an entry from here.
     [[nodiscard]] int costOf(int display) const;
@@ -53,7 +58,7 @@ private:
     void restartAt(int sample);
     [[nodiscard]] Result<void> feed(int64_t targetPts);
     [[nodiscard]] bool isWanted(int sample, int64_t targetPts) const;
-    [[nodiscard]] Result<VideoFrame> decodeUpTo(int64_t targetPts);
+    [[nodiscard]] Result<VideoFrame> decodeUpTo(int64_t targetPts, const Stop& stop);
     void take(VideoFrame frame, int64_t pts);
 
     std::shared_ptr<const Asset> m_asset;
@@ -71,8 +76,9 @@ private:
     int64_t m_aheadPts = 0;
     std::vector<int32_t> m_expected; ///< Sample numbers, ascending.
     std::shared_ptr<const std::vector<bool>> m_wanted;
+    bool m_referencesOnly = false;
     std::vector<int32_t> m_skipped; ///< Samples fed as unwanted since the last start, ascending.
-    std::atomic<bool> m_cancelled = false;
+    std::shared_ptr<FrameCache> m_cache;
 };
 
 } // namespace kelmo

@@ -52,6 +52,14 @@ ColorTags VideoFrame::color() const
         jpeg || m_frame->color_range == AVCOL_RANGE_JPEG};
 }
 
+size_t VideoFrame::bytes() const
+{
+    size_t sum = 0;
+    for (const AVBufferRef* buffer : m_frame->buf)
+        sum += buffer ? size_t(buffer->size) : 0;
+    return sum;
+}
+
 VideoFrame VideoFrame::cropped(int width, int height) const
 {
     if (width == m_frame->width && height == m_frame->height)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 
@@ -36,6 +37,7 @@ public:
     [[nodiscard]] const uint8_t* plane(int index) const;
     [[nodiscard]] int stride(int index) const;
     [[nodiscard]] ColorTags color() const;
+    [[nodiscard]] size_t bytes() const; ///< Of memory, of which other pictures may hold parts, too.
     [[nodiscard]] const AVFrame* av() const { return m_frame.get(); }
 
     /// The same picture without the last columns and rows, sharing its memory. Requires sizes not above its own.

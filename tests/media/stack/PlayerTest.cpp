@@ -1,10 +1,12 @@
 #include "tests/media/stack/PlayerFixture.h"
 
+#include "media/stack/AudioMixer.h"
 #include "tools/moviemaker/SoundCode.h"
 
 #include <QElapsedTimer>
 
 #include <random>
+#include <set>
 
 namespace kelmo {
 
@@ -146,6 +148,109 @@ TEST_F(PlayerTest, setItemAThousandTimesWhilePlayingNeverShowsARemovedFrame)
     const double before = m_player->position().ms();
     wait(300);
     EXPECT_GT(m_player->position().ms(), before + 150) << "plays on";
+}
+
+TEST_F(PlayerTest, editsElsewhereWhilePlayingAreNeitherHeardNorSeen)
+{
+    const std::shared_ptr<const Asset> asset = movie(QStringLiteral("a.mov"), 10);
+    ASSERT_TRUE(waitUntil([&] { return m_player->isAudible(); }));
+    // One piece is cut out behind the playhead and one ahead, both other ones with every edit.
+    int behindMs = 0;
+    const auto edited = [&](int cutMs, int aheadMs) {
+        behindMs = cutMs;
+        return item(asset, {{0, 500}, {500 + cutMs, 8000}, {8000 + aheadMs, 10'000}});
+    };
+    m_player->setItem(edited(300, 100), MediaTime::fromMs(1000));
+    ASSERT_TRUE(waitUntil([&] { return m_player->picture() != nullptr; }));
+    int backwards = 0;
+    int last = 0;
+    QObject::connect(m_player.get(), &Player::pictureChanged, [&] {
+        backwards += shownNumber().value_or(-1) < last;
+        last = shownNumber().value_or(0);
+    });
+    m_player->play(1);
+    ASSERT_TRUE(waitUntil([&] { return m_player->position().ms() > 1200; }));
+    int updated = 0;
+    for (int i = 0; i < 30; ++i) {
+        const MediaTime source = m_player->position() + MediaTime::fromMs(behindMs);
+        const std::shared_ptr<const PlayerItem> next = edited(100 + i * 17 % 300, i * 13 % 400);
+        m_player->setItem(next, source - MediaTime::fromMs(behindMs + 20), [&](bool done) { updated += done; });
+        EXPECT_EQ(m_player->status(), Player::Status::Playing);
+        EXPECT_NEAR(m_player->position().ms() + behindMs, source.ms(), 20);
+        wait(70);
+    }
+    EXPECT_EQ(updated, 30);
+    EXPECT_EQ(backwards, 0);
+    EXPECT_NEAR(last, frameAt(m_player->position().ms() + behindMs), 8);
+    m_player->pause();
+
+    // The sound is the source's own from where playing began, sample by sample.
+    std::vector<float> wanted(size_t(48'000) * 2 * 2);
+    const auto whole = item(asset, {{0, 10'000}});
+    const Result<std::unique_ptr<AudioMixer>> mixer = AudioMixer::open(whole->composition->audio, {});
+    ASSERT_TRUE(mixer && (*mixer)->mix(1300 * 48, 48'000 * 2, wanted.data()));
+    const std::lock_guard lock(m_ear->mutex);
+    const auto loud = std::find_if(m_ear->left.begin(), m_ear->left.end(), [](float value) { return value != 0; });
+    const auto from = size_t(loud - m_ear->left.begin());
+    ASSERT_GT(m_ear->left.size(), from + 48'000 * 2);
+    for (size_t i = 240; i < 48'000 * 2; ++i) // After the fade, whose first sample is nothing.
+        ASSERT_EQ(m_ear->left[from + i - 1], wanted[2 * i]) << "at sample " << i;
+}
+
+TEST_F(PlayerTest, cutJustAheadWhilePlayingIsHeardAsEdited)
+{
+    const std::shared_ptr<const Asset> asset = movie(QStringLiteral("a.mov"), 10);
+    ASSERT_TRUE(waitUntil([&] { return m_player->isAudible(); }));
+    m_player->setItem(item(asset, {{0, 10'000}}));
+    m_player->play(1);
+    ASSERT_TRUE(waitUntil([&] { return m_player->position().ms() > 600; }));
+    std::vector<int> shown;
+    QObject::connect(m_player.get(), &Player::pictureChanged, [&] { shown.push_back(shownNumber().value_or(-1)); });
+    const Pieces cut{{0, 1000}, {5000, 10'000}};
+    m_player->setItem(item(asset, cut), m_player->position());
+    ASSERT_TRUE(waitUntil([&] { return m_player->position().ms() > 1800; }));
+    m_player->pause();
+    for (const int number : shown)
+        EXPECT_TRUE(number < frameAt(1000) || number >= frameAt(5000)) << number;
+
+    std::vector<float> wanted(size_t(1500) * 48 * 2);
+    const auto whole = item(asset, cut);
+    const Result<std::unique_ptr<AudioMixer>> mixer = AudioMixer::open(whole->composition->audio, {});
+    ASSERT_TRUE(mixer && (*mixer)->mix(0, 1500 * 48, wanted.data()));
+    const std::lock_guard lock(m_ear->mutex);
+    const auto loud = [](const auto& sound, size_t step) {
+        for (size_t i = 0; i < sound.size(); i += step) {
+            if (sound[i] != 0)
+                return i / step;
+        }
+        return sound.size();
+    };
+    const size_t from = loud(m_ear->left, 1) - loud(wanted, 2);
+    for (size_t i = 0; i < 1500 * 48; ++i) // AAC's noise bands depend on where decoding began.
+        ASSERT_NEAR(m_ear->left[from + i], wanted[2 * i], 0.003) << "at sample " << i;
+}
+
+TEST_F(PlayerTest, scrubBackAndForthShowsLivelyPicturesAndEndsExactly)
+{
+    m_player->setItem(item(movie(QStringLiteral("a.mov"), 10), {{0, 3000}, {6000, 10'000}}));
+    ASSERT_TRUE(seekAndWait(3500));
+    std::vector<int> shown;
+    QObject::connect(m_player.get(), &Player::pictureChanged, [&] { shown.push_back(shownNumber().value_or(-1)); });
+    double at = 0;
+    std::optional<bool> landed;
+    for (int i = 0; i <= 120; ++i) {
+        at = 3000 + 1500 * std::sin(i / 20.0);
+        landed.reset();
+        m_player->seek(MediaTime::fromMs(at), [&](bool done) { landed = done; });
+        wait(8);
+    }
+    ASSERT_TRUE(waitUntil([&] { return landed.has_value(); }));
+    EXPECT_EQ(shownNumber(), frameAt(at < 3000 ? at : at + 3000));
+    for (const int number : shown)
+        EXPECT_TRUE(number < frameAt(3000) || number >= frameAt(6000)) << "cut away: " << number;
+    EXPECT_GE(std::set<int>(shown.begin(), shown.end()).size(), 15u);
+    wait(300);
+    EXPECT_EQ(shownNumber(), frameAt(at < 3000 ? at : at + 3000)) << "and stays";
 }
 
 TEST_F(PlayerTest, setItemOfAnotherMovieWhileSeekingShowsOnlyTheNewOne)

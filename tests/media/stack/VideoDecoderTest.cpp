@@ -239,6 +239,31 @@ TEST_P(VideoDecoderFormats, singleLooksWithAPlanShowWhatWasMade)
     }
 }
 
+TEST_P(VideoDecoderFormats, framesGivenUpOnTheWayAndOthersAfterThemShowWhatWasMade)
+{
+    const std::vector<double> moments = momentsMs();
+    const std::unique_ptr<VideoDecoder> looking = decoder();
+    const auto cache = std::make_shared<FrameCache>(4 << 20);
+    looking->keepIn(cache);
+    std::minstd_rand random(3);
+    for (int i = 0; i < 40; ++i) {
+        // What is given up leaves the decoder anywhere; now and then playing thins out in between.
+        int packets = int(random() % 12);
+        looking->setWanted(nullptr, i % 5 == 0);
+        (void)looking->frame(displayAt(moments[random() % moments.size()]), [&] { return packets-- == 0; });
+        looking->setWanted(nullptr);
+        const double ms = moments[random() % moments.size()];
+        const int display = displayAt(ms);
+        ASSERT_EQ(numberIn(looking->frame(display)), madeAt(m_movie, ms)) << "at " << ms << " ms";
+        for (int near = std::max(0, display - 12); near <= display; ++near) {
+            const VideoFrame kept = cache->find(m_track->index.sampleOf(near).pts);
+            if (kept) {
+                ASSERT_EQ(numberIn(kept), madeAt(m_movie, moments[size_t(near)])) << "kept for " << near;
+            }
+        }
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Formats, VideoDecoderFormats, testing::ValuesIn(cases()),
     [](const testing::TestParamInfo<Case>& info) { return info.param.name; });
 
