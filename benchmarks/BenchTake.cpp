@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <random>
 
 namespace kelmo::bench {
 
@@ -67,6 +68,19 @@ std::shared_ptr<const LoadedTake> load(const QString& path)
     return *loaded;
 }
 
+/// Words of about a third of a second with pauses, over the whole length.
+std::vector<Word> words(int count, double durationMs)
+{
+    std::minstd_rand random(7);
+    const double step = durationMs / count;
+    std::vector<Word> made;
+    for (int i = 0; i < count; ++i) {
+        const double start = i * step + double(random() % 40);
+        made.push_back({i % 31 ? QStringLiteral("word%1").arg(i % 977) : text("um,"), start, start + step * 0.7, 0.9});
+    }
+    return made;
+}
+
 } // namespace
 
 QString BenchTake::screenPath(bool withWebcam)
@@ -100,6 +114,34 @@ std::shared_ptr<const LoadedTake> BenchTake::tenMinutes()
     const QString path = folder() % text("/long.mov");
     makeScreen(path, 600);
     return load(path);
+}
+
+std::shared_ptr<const LoadedTake> BenchTake::oneHour()
+{
+    const QString path = folder() % text("/hour.mov");
+    if (!QFileInfo::exists(path)) {
+        (void)tenMinutes();
+        ffmpeg({text("-stream_loop"), text("5"), text("-i"), folder() % text("/long.mov"), text("-map"), text("0"),
+            text("-c"), text("copy"), path});
+    }
+    return load(path);
+}
+
+QString BenchTake::withWords(const QTemporaryDir& folder, const LoadedTake& loaded, int count)
+{
+    QJsonArray list;
+    for (const Word& word : words(count, loaded.durationMs))
+        list.append(word.toJson());
+    const auto write = [&](const QString& name, const QJsonObject& object) {
+        QFile file(folder.filePath(name));
+        if (file.open(QIODevice::WriteOnly))
+            file.write(QJsonDocument(object).toJson(QJsonDocument::Compact));
+    };
+    write(text("take_transcript.json"),
+        {{text("words"), list}, {text("timeBase"), text("screenFile")}, {text("aligned"), true}});
+    write(text("take_sync.json"), {});
+    QFile::link(loaded.take.screenURL.toLocalFile(), folder.filePath(text("take.mov")));
+    return folder.filePath(text("take.mov"));
 }
 
 std::vector<Span> BenchTake::fortyCuts()

@@ -2,6 +2,8 @@
 
 #include "media/CompositionBuilder.h"
 
+#include <QTemporaryDir>
+
 namespace kelmo::bench {
 
 /// The takes that are measured on, made once by the sample-take program and ffmpeg into the folder `takes` beside the
@@ -14,6 +16,13 @@ namespace BenchTake {
 
 /// The same content over ten minutes, for looking around in.
 [[nodiscard]] std::shared_ptr<const LoadedTake> tenMinutes();
+
+/// One hour, for opening.
+[[nodiscard]] std::shared_ptr<const LoadedTake> oneHour();
+
+/// A take in `folder` that refers to the screen movie of `loaded` and has a transcript of `count` words of its own; the
+/// path to open.
+[[nodiscard]] QString withWords(const QTemporaryDir& folder, const LoadedTake& loaded, int count);
 
 /// 40 pieces of 1.5 s with 1.5 s left out between them: 60 s of output.
 [[nodiscard]] std::vector<Span> fortyCuts();

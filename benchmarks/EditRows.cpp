@@ -17,38 +17,6 @@ constexpr int rounds = 9;
 
 QString text(const char* latin) { return QString::fromLatin1(latin); }
 
-/// Words of about a third of a second with pauses, over the whole length.
-std::vector<Word> words(int count, double durationMs)
-{
-    std::minstd_rand random(7);
-    const double step = durationMs / count;
-    std::vector<Word> made;
-    for (int i = 0; i < count; ++i) {
-        const double start = i * step + double(random() % 40);
-        made.push_back({i % 31 ? QStringLiteral("word%1").arg(i % 977) : text("um,"), start, start + step * 0.7, 0.9});
-    }
-    return made;
-}
-
-/// A take on disk that refers to the ten-minute screen movie and has its own transcript.
-QString writeTake(const QTemporaryDir& folder, int count)
-{
-    const std::shared_ptr<const LoadedTake> loaded = BenchTake::tenMinutes();
-    QJsonArray list;
-    for (const Word& word : words(count, loaded->durationMs))
-        list.append(word.toJson());
-    const auto write = [&](const QString& name, const QJsonObject& object) {
-        QFile file(folder.filePath(name));
-        if (file.open(QIODevice::WriteOnly))
-            file.write(QJsonDocument(object).toJson(QJsonDocument::Compact));
-    };
-    write(text("take_transcript.json"),
-        {{text("words"), list}, {text("timeBase"), text("screenFile")}, {text("aligned"), true}});
-    write(text("take_sync.json"), {});
-    QFile::link(loaded->take.screenURL.toLocalFile(), folder.filePath(text("take.mov")));
-    return folder.filePath(text("take.mov"));
-}
-
 void openFully(Editor& editor, const QString& path)
 {
     editor.open(path);
@@ -72,8 +40,8 @@ Outcome editIsLinear()
     const QTemporaryDir smallFolder;
     Editor large;
     Editor small;
-    openFully(large, writeTake(largeFolder, 25000));
-    openFully(small, writeTake(smallFolder, 2500));
+    openFully(large, BenchTake::withWords(largeFolder, *BenchTake::tenMinutes(), 25000));
+    openFully(small, BenchTake::withWords(smallFolder, *BenchTake::tenMinutes(), 2500));
     int round = 0;
     const Pair seconds = alternate(
         rounds, [&] { return editSeconds(large, 1000, ++round); }, [&] { return editSeconds(small, 100, ++round); });
@@ -86,7 +54,7 @@ Outcome transcriptDocument()
 {
     const QTemporaryDir folder;
     Editor editor;
-    openFully(editor, writeTake(folder, 25000));
+    openFully(editor, BenchTake::withWords(folder, *BenchTake::tenMinutes(), 25000));
     [[maybe_unused]] const double cut = editSeconds(editor, 1000, 0);
     const QJsonDocument same = QJsonDocument::fromJson(TranscriptDocument(editor).json());
     const Pair seconds = alternate(

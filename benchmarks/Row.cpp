@@ -1,6 +1,8 @@
 #include "benchmarks/Row.h"
 
+#include <QEventLoop>
 #include <QProcess>
+#include <QTimer>
 
 #include <chrono>
 #include <cstdio>
@@ -47,6 +49,20 @@ double cpuSeconds(const std::function<void()>& work)
     const double before = used();
     work();
     return used() - before;
+}
+
+void waitFor(const std::function<bool()>& holds)
+{
+    QEventLoop loop;
+    QTimer poll; // Often enough to measure milliseconds, and asleep in between.
+    QObject::connect(&poll, &QTimer::timeout, [&] {
+        if (holds())
+            loop.quit();
+    });
+    if (holds())
+        return;
+    poll.start(1);
+    loop.exec();
 }
 
 double programSeconds(const QString& program, const QStringList& arguments)

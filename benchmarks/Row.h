@@ -27,6 +27,7 @@ struct Row {
 [[nodiscard]] std::vector<Row> editRows();
 [[nodiscard]] std::vector<Row> frameRows();
 [[nodiscard]] std::vector<Row> playerRows();
+[[nodiscard]] std::vector<Row> seekRows();
 
 /// Runs `ours` and `peer` in turns, `rounds` times each after one warming round, and returns the medians in seconds.
 struct Pair {
@@ -39,6 +40,9 @@ struct Pair {
 [[nodiscard]] double wallSeconds(const std::function<void()>& work);
 /// Processor time of this process, all threads.
 [[nodiscard]] double cpuSeconds(const std::function<void()>& work);
+
+/// Runs the event loop until it holds.
+void waitFor(const std::function<bool()>& holds);
 
 /// Runs a program to its end and returns how long it took; ends the benchmark when it fails.
 [[nodiscard]] double programSeconds(const QString& program, const QStringList& arguments);

@@ -18,7 +18,7 @@ namespace {
 std::vector<Row> allRows()
 {
     std::vector<Row> rows = exportRows();
-    for (const std::vector<Row>& more : {frameRows(), editRows(), playerRows()})
+    for (const std::vector<Row>& more : {frameRows(), editRows(), playerRows(), seekRows()})
         rows.insert(rows.end(), more.begin(), more.end());
     return rows;
 }

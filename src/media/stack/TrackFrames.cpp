@@ -14,9 +14,8 @@ constexpr auto stopPeriod = std::chrono::milliseconds(2);
 } // namespace
 
 TrackFrames::TrackFrames(std::shared_ptr<const Asset> asset, const Track& track, int threads, size_t cacheBytes)
-    : m_asset(std::move(asset))
-    , m_track(track)
-    , m_threads(threads)
+    : m_track(track)
+    , m_choice(std::move(asset), track, threads)
     , m_cache(std::make_shared<FrameCache>(cacheBytes))
 {
 }
@@ -49,7 +48,7 @@ Result<VideoDecoder*> TrackFrames::opened(size_t which)
 {
     if (m_decoders[which])
         return m_decoders[which].get();
-    Result<std::unique_ptr<VideoDecoder>> decoder = VideoDecoder::open(m_asset, m_track, m_threads);
+    Result<std::unique_ptr<VideoDecoder>> decoder = m_choice.open();
     if (!decoder)
         return tl::unexpected(decoder.error());
     m_decoders[which] = std::move(*decoder);
@@ -115,7 +114,15 @@ bool TrackFrames::chooseFor(int display, const Stop& stop)
     const VideoDecoder* other = m_decoders[1 - m_playing].get();
     if (!other || other->costOf(display) <= cost)
         m_playing = 1 - m_playing;
+    renew(m_playing);
     return true;
+}
+
+/// Before a decoder starts elsewhere, a better one may take its place.
+void TrackFrames::renew(size_t which)
+{
+    if (m_decoders[which] && m_choice.isOutdated(*m_decoders[which]))
+        m_decoders[which].reset();
 }
 
 Result<VideoFrame> TrackFrames::frame(int display, Use use, const Stop& stop)
@@ -139,6 +146,7 @@ void TrackFrames::prepare(int display)
     Lock lock(m_mutex);
     if (m_busy || m_prepared == display || (playing && playing->costOf(display) <= nearbySamples))
         return;
+    renew(other);
     if (!opened(other))
         return;
     m_prepared = display;

@@ -1,12 +1,9 @@
 #pragma once
 
-#include "media/stack/VideoDecoder.h"
+#include "media/stack/DecodingChoice.h"
 
 #include <array>
-#include <atomic>
 #include <condition_variable>
-#include <mutex>
-#include <thread>
 
 namespace kelmo {
 
@@ -52,12 +49,12 @@ private:
     [[nodiscard]] Result<VideoDecoder*> opened(size_t which);
     [[nodiscard]] bool chooseFor(int display, const Stop& stop);
     void abandonPreparation(Lock& lock);
+    void renew(size_t which);
     void runAhead();
     [[nodiscard]] int64_t ptsOf(int display) const { return m_track.index.sampleOf(display).pts; }
 
-    const std::shared_ptr<const Asset> m_asset;
     const Track& m_track;
-    const int m_threads;
+    DecodingChoice m_choice;
     const std::shared_ptr<FrameCache> m_cache;
     std::array<std::unique_ptr<VideoDecoder>, 2> m_decoders;
     size_t m_playing = 0; ///< The other one may be busy getting ready.

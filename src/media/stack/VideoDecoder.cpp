@@ -2,19 +2,22 @@
 
 #include "media/stack/AvHandles.h"
 #include "media/stack/PacketReader.h"
+#include "telemetry/Log.h"
 
 namespace kelmo {
 
 namespace {
 
 constexpr int mostErrorsInARow = 100;
+constexpr int mostDeviceErrors = 2; ///< Software may do better.
 constexpr int64_t noPts = std::numeric_limits<int64_t>::min();
 
 } // namespace
 
-VideoDecoder::VideoDecoder(std::shared_ptr<const Asset> asset, const Track& track)
+VideoDecoder::VideoDecoder(std::shared_ptr<const Asset> asset, const Track& track, int threads)
     : m_asset(std::move(asset))
     , m_track(track)
+    , m_threads(threads)
     , m_codec(nullptr, [](AVCodecContext* context) { AvFree()(context); })
 {
 }
@@ -22,30 +25,54 @@ VideoDecoder::VideoDecoder(std::shared_ptr<const Asset> asset, const Track& trac
 VideoDecoder::~VideoDecoder() = default;
 
 Result<std::unique_ptr<VideoDecoder>> VideoDecoder::open(
-    std::shared_ptr<const Asset> asset, const Track& track, int threads)
+    std::shared_ptr<const Asset> asset, const Track& track, int threads, std::shared_ptr<const HardwareDevice> device)
 {
-    const AVCodec* codec = avcodec_find_decoder(track.parameters->codec_id);
-    if (!codec) {
-        return avFailure(AVERROR_DECODER_NOT_FOUND, QStringLiteral("Can’t play"), asset->name());
-    }
     Result<std::unique_ptr<PacketReader>> reader = PacketReader::create(asset, track);
     if (!reader)
         return tl::unexpected(reader.error());
-
-    std::unique_ptr<VideoDecoder> decoder(new VideoDecoder(asset, track));
+    std::unique_ptr<VideoDecoder> decoder(new VideoDecoder(std::move(asset), track, threads));
     decoder->m_reader = std::move(*reader);
-    decoder->m_codec.reset(avcodec_alloc_context3(codec));
-    AVCodecContext* context = decoder->m_codec.get();
-    if (!context || avcodec_parameters_to_context(context, track.parameters.get()) < 0)
-        return avFailure(AVERROR(ENOMEM), QStringLiteral("Can’t play"), asset->name());
-    context->pkt_timebase = {int(track.index.timeBase().num), int(track.index.timeBase().den)};
-    context->thread_count = threads;
+    decoder->m_device = std::move(device);
+    if (Result<void> opened = decoder->openCodec(); !opened)
+        return tl::unexpected(opened.error());
+    return decoder;
+}
+
+Result<void> VideoDecoder::openCodec()
+{
+    const QString operation = QStringLiteral("Can’t play");
+    const AVCodec* codec = avcodec_find_decoder(m_track.parameters->codec_id);
+    if (!codec)
+        return avFailure(AVERROR_DECODER_NOT_FOUND, operation, m_asset->name());
+    m_codec.reset(avcodec_alloc_context3(codec));
+    AVCodecContext* context = m_codec.get();
+    if (!context || avcodec_parameters_to_context(context, m_track.parameters.get()) < 0)
+        return avFailure(AVERROR(ENOMEM), operation, m_asset->name());
+    context->pkt_timebase = {int(m_track.index.timeBase().num), int(m_track.index.timeBase().den)};
+    context->thread_count = m_device ? 1 : m_threads;
     context->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
     // Streams that do not say how far they reorder would drop pictures until the decoder has found out.
-    context->has_b_frames = std::max(context->has_b_frames, track.index.reorderDepth());
+    context->has_b_frames = std::max(context->has_b_frames, m_track.index.reorderDepth());
+    if (m_device && m_device->context())
+        context->hw_device_ctx = av_buffer_ref(m_device->context());
     if (const int code = avcodec_open2(context, codec, nullptr); code < 0)
-        return avFailure(code, QStringLiteral("Can’t play"), asset->name());
-    return decoder;
+        return avFailure(code, operation, m_asset->name());
+    return {};
+}
+
+/// The device cannot go on: software does, from the key picture before.
+Result<void> VideoDecoder::fallBack(int display)
+{
+    Log::line(u"video",
+        m_device->name() % QStringLiteral(" cannot decode ") % m_asset->name()
+            % QStringLiteral("; going on in software"));
+    m_device.reset();
+    m_hasFallenBack = true;
+    m_next = -1;
+    if (Result<void> opened = openCodec(); !opened)
+        return opened;
+    restartAt(m_track.index.displays()[size_t(display)].key);
+    return {};
 }
 
 void VideoDecoder::expect(std::span<const int> displays)
@@ -83,7 +110,8 @@ bool VideoDecoder::isAhead(int display) const
 {
     if (!m_referencesOnly && wasSkipped(display))
         return false;
-    return m_next >= 0 && !m_mustRestart && m_track.index.sampleOf(display).pts > m_shownPts
+    return m_next >= 0 && !m_mustRestart && m_track.index.displays()[size_t(display)].key >= m_start
+        && m_track.index.sampleOf(display).pts > m_shownPts
         && (!m_draining || m_track.index.displays()[size_t(display)].sample < m_next);
 }
 
@@ -108,7 +136,7 @@ Result<VideoFrame> VideoDecoder::frame(int display, const Stop& stop)
     }
     if (!isAhead(display) || entry.key > m_next)
         restartAt(entry.key);
-    return decodeUpTo(target, stop);
+    return decodeUpTo(display, stop);
 }
 
 void VideoDecoder::restartAt(int sample)
@@ -116,6 +144,7 @@ void VideoDecoder::restartAt(int sample)
     if (m_next >= 0)
         avcodec_flush_buffers(m_codec.get());
     m_next = sample;
+    m_start = sample;
     m_skipped.clear();
     m_draining = false;
     m_mustRestart = false;
@@ -163,8 +192,38 @@ Result<void> VideoDecoder::feed(int64_t targetPts)
     return {};
 }
 
-Result<VideoFrame> VideoDecoder::decodeUpTo(int64_t targetPts, const Stop& stop)
+/// The decoder's next picture, null at the end. False when it must be fed first.
+Result<bool> VideoDecoder::receive(int display, VideoFrame& picture)
 {
+    AvHandle<AVFrame> frame = makeAvFrame();
+    const int code = avcodec_receive_frame(m_codec.get(), frame.get());
+    if (code == AVERROR_EOF)
+        return true;
+    if (code < 0) {
+        const bool failed = code != AVERROR(EAGAIN) && ++m_errors > (m_device ? mostDeviceErrors : mostErrorsInARow);
+        if (failed && !m_device)
+            return avFailure(code, QStringLiteral("Can’t play"), m_asset->name());
+        if (failed) {
+            if (Result<void> fell = fallBack(display); !fell)
+                return tl::unexpected(fell.error());
+        }
+        return false;
+    }
+    m_errors = 0;
+    picture = VideoFrame(frame.release());
+    if (!m_device || !m_device->holds(picture))
+        return true;
+    picture = m_device->fetch(picture);
+    if (picture)
+        return true;
+    if (Result<void> fell = fallBack(display); !fell)
+        return tl::unexpected(fell.error());
+    return false;
+}
+
+Result<VideoFrame> VideoDecoder::decodeUpTo(int display, const Stop& stop)
+{
+    const int64_t targetPts = m_track.index.sampleOf(display).pts;
     if (m_ahead && m_aheadPts < targetPts)
         take(std::exchange(m_ahead, {}), m_aheadPts);
     for (;;) {
@@ -172,23 +231,21 @@ Result<VideoFrame> VideoDecoder::decodeUpTo(int64_t targetPts, const Stop& stop)
             return failure(QStringLiteral("Player"), 1);
         if (m_ahead) // Still ahead: what lies between is lost.
             return m_shown ? m_shown : m_ahead;
-        AvHandle<AVFrame> frame = makeAvFrame();
-        const int code = avcodec_receive_frame(m_codec.get(), frame.get());
-        if (code == AVERROR_EOF) {
-            if (m_shown)
-                return m_shown;
-            return avFailure(AVERROR_INVALIDDATA, QStringLiteral("Can’t play"), m_asset->name());
-        }
-        if (code < 0) {
-            if (code != AVERROR(EAGAIN) && ++m_errors > mostErrorsInARow)
-                return avFailure(code, QStringLiteral("Can’t play"), m_asset->name());
+        VideoFrame picture;
+        const Result<bool> received = receive(display, picture);
+        if (!received)
+            return tl::unexpected(received.error());
+        if (!*received) {
             if (Result<void> fed = feed(targetPts); !fed)
                 return tl::unexpected(fed.error());
             continue;
         }
-        m_errors = 0;
-        const int64_t pts = frame->pts;
-        VideoFrame picture(frame.release());
+        if (!picture) {
+            if (m_shown)
+                return m_shown;
+            return avFailure(AVERROR_INVALIDDATA, QStringLiteral("Can’t play"), m_asset->name());
+        }
+        const int64_t pts = picture.av()->pts;
         if (m_cache)
             m_cache->keep(pts, picture);
         if (pts > targetPts) {

@@ -2,6 +2,7 @@
 
 #include "media/stack/Asset.h"
 #include "media/stack/FrameCache.h"
+#include "media/stack/HardwareDevice.h"
 #include "platform/Error.h"
 
 #include <functional>
@@ -22,9 +23,10 @@ public:
     /// Asked between two packets: true gives up, and leaves the decoder on its way.
     using Stop = std::function<bool()>;
 
-    /// `threads` is how many frames may be decoded at once. Requires a video track of `asset`.
-    [[nodiscard]] static Result<std::unique_ptr<VideoDecoder>> open(
-        std::shared_ptr<const Asset> asset, const Track& track, int threads);
+    /// `threads` is how many frames may be decoded at once. With a `device`, that decodes for as long as it can; then
+    /// software takes over. Requires a video track of `asset`.
+    [[nodiscard]] static Result<std::unique_ptr<VideoDecoder>> open(std::shared_ptr<const Asset> asset,
+        const Track& track, int threads, std::shared_ptr<const HardwareDevice> device = nullptr);
     ~VideoDecoder();
 
     /// The picture of an entry of the track's display list, as the stream has it (any pixel format, not yet rotated).
@@ -48,9 +50,17 @@ public:
     [[nodiscard]] int costOf(int display) const;
 
     [[nodiscard]] const Track& track() const { return m_track; }
+    [[nodiscard]] const std::shared_ptr<const HardwareDevice>& device() const
+    {
+        return m_device;
+    } ///< That decodes now.
+    [[nodiscard]] bool hasFallenBack() const { return m_hasFallenBack; } ///< From a device to software.
 
 private:
-    VideoDecoder(std::shared_ptr<const Asset> asset, const Track& track);
+    VideoDecoder(std::shared_ptr<const Asset> asset, const Track& track, int threads);
+
+    [[nodiscard]] Result<void> openCodec();
+    [[nodiscard]] Result<void> fallBack(int display);
 
     [[nodiscard]] bool isAhead(int display) const;
     void noteSkipped(int sample);
@@ -58,15 +68,20 @@ private:
     void restartAt(int sample);
     [[nodiscard]] Result<void> feed(int64_t targetPts);
     [[nodiscard]] bool isWanted(int sample, int64_t targetPts) const;
-    [[nodiscard]] Result<VideoFrame> decodeUpTo(int64_t targetPts, const Stop& stop);
+    [[nodiscard]] Result<VideoFrame> decodeUpTo(int display, const Stop& stop);
+    [[nodiscard]] Result<bool> receive(int display, VideoFrame& picture);
     void take(VideoFrame frame, int64_t pts);
 
     std::shared_ptr<const Asset> m_asset;
     const Track& m_track;
+    const int m_threads;
+    std::shared_ptr<const HardwareDevice> m_device; ///< Null in software.
+    bool m_hasFallenBack = false;
     std::unique_ptr<PacketReader> m_reader;
     std::unique_ptr<AVCodecContext, void (*)(AVCodecContext*)> m_codec;
 
     int m_next = -1; ///< The sample to feed next; -1 before the first.
+    int m_start = 0; ///< The sample that feeding last started at.
     bool m_draining = false;
     bool m_mustRestart = false;
     int m_errors = 0; ///< In a row.
