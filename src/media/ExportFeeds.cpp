@@ -61,8 +61,8 @@ Result<void> feed(BoundedQueue<T>& queue, FrameSequence& sequence, const std::ve
 
 } // namespace
 
-Result<void> ScreenFeed::run(
-    const CompositionTrack& track, const std::vector<PlannedFrame>& plan, int width, int height, bool sameSize)
+Result<void> ScreenFeed::run(const CompositionTrack& track, const std::vector<PlannedFrame>& plan, int width,
+    int height, bool sameSize, Scaling scaling)
 {
     Result<FrameSequence> sequence = openSequence(track, entriesOf(plan, &PlannedFrame::screen), screenThreads);
     if (!sequence)
@@ -70,7 +70,7 @@ Result<void> ScreenFeed::run(
     // An odd last row or column is left away rather than squeezed in: the other pixels stay what they are.
     const Track& source = *track.track;
     FrameConverter converter(sameSize ? source.uprightWidth() : width, sameSize ? source.uprightHeight() : height,
-        source.quarterTurns, source.color, Scaling::Fine);
+        source.quarterTurns, source.color, scaling);
     return feed(m_queue, *sequence, plan, &PlannedFrame::screen, [&](const VideoFrame& decoded) {
         const VideoFrame ready = converter.convert(decoded);
         return ready ? ready.cropped(width, height) : VideoFrame();

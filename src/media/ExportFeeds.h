@@ -3,6 +3,7 @@
 #include "media/ExportPlan.h"
 #include "media/stack/BoundedQueue.h"
 #include "media/stack/FacePicture.h"
+#include "media/stack/FrameConverter.h"
 #include "media/stack/VideoFrame.h"
 
 #include <atomic>
@@ -19,8 +20,8 @@ public:
     }
 
     /// Decodes the plan into the queue; returns when all is handed over, or the queue is closed by the other side.
-    [[nodiscard]] Result<void> run(
-        const CompositionTrack& track, const std::vector<PlannedFrame>& plan, int width, int height, bool sameSize);
+    [[nodiscard]] Result<void> run(const CompositionTrack& track, const std::vector<PlannedFrame>& plan, int width,
+        int height, bool sameSize, Scaling scaling = Scaling::Fine);
 
     [[nodiscard]] std::optional<VideoFrame> take() { return m_queue.pop(); }
     void close() { m_queue.close(); }

@@ -107,10 +107,12 @@ void PicturePump::serve()
         m_landed(m_order.epoch);
         return;
     }
-    m_pace.begin(MonotonicClock::nowMs());
     if (m_order.goesOn) {
         makeAhead(m_order.start);
-    } else if (land()) {
+        return;
+    }
+    m_pace.begin(MonotonicClock::nowMs());
+    if (land()) {
         rest();
         makeAhead(m_first.end);
     }
@@ -166,7 +168,7 @@ void PicturePump::showNearby(const Order& order, const PictureMoment& wanted)
     const auto distance = [&](MediaTime time) { return std::abs((time - order.start).us); };
     if (!near || (shown.edition == order.edition && distance(shown.start) <= distance(near->start)))
         return;
-    if (const PictureMaker::Image image = m_maker.make(*near, m_servedBox, {}))
+    if (const PictureMaker::Image image = m_maker.make(*near, m_servedBox, {Use::Known, Scaling::Fast, {}}))
         m_presenter.land({image, near->start, near->end, order.epoch, order.edition});
 }
 

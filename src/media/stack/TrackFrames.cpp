@@ -127,11 +127,11 @@ void TrackFrames::renew(size_t which)
 
 Result<VideoFrame> TrackFrames::frame(int display, Use use, const Stop& stop)
 {
-    if (use == Use::Look) {
+    if (use != Use::Run) {
         if (VideoFrame known = m_cache->find(ptsOf(display)))
             return known;
     }
-    if (!chooseFor(display, stop))
+    if (use == Use::Known || !chooseFor(display, stop))
         return failure(QStringLiteral("Player"), 1);
     Result<VideoDecoder*> decoder = opened(m_playing);
     if (!decoder)

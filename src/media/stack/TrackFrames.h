@@ -14,6 +14,7 @@ public:
     using Stop = VideoDecoder::Stop;
 
     enum class Use {
+        Known, ///< Only when it is there already: no decoder is touched.
         Look, ///< A single picture, from wherever it is quickest to have.
         Run, ///< Those that follow will be wanted too, so the decoder must be in step.
     };

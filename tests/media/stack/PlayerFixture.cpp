@@ -2,6 +2,7 @@
 
 #include "tools/moviemaker/FrameCode.h"
 
+#include <QDir>
 #include <QTest>
 
 namespace kelmo {
@@ -68,6 +69,11 @@ bool PlayerFixture::waitUntil(const std::function<bool()>& holds, int timeoutMs)
 }
 
 void PlayerFixture::wait(int ms) { QTest::qWait(ms); }
+
+int PlayerFixture::threadCount()
+{
+    return int(QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size());
+}
 
 bool PlayerFixture::seekAndWait(double ms)
 {

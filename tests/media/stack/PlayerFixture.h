@@ -56,6 +56,7 @@ protected:
     /// Runs the event loop until it holds; false when that takes too long.
     [[nodiscard]] static bool waitUntil(const std::function<bool()>& holds, int timeoutMs = 10'000);
     static void wait(int ms);
+    [[nodiscard]] static int threadCount(); ///< Of this process.
     /// Seeks and waits for the picture; whether the seek finished.
     [[nodiscard]] bool seekAndWait(double ms);
     /// The number in the picture on show.

@@ -135,6 +135,8 @@ TEST_F(PlayerTest, setItemAThousandTimesWhilePlayingNeverShowsARemovedFrame)
         removedShown += number >= frameAt(5000) && number < frameAt(cutMs);
     });
     int finished = 0;
+    wait(500);
+    const int threads = threadCount();
     for (int i = 0; i < 1000; ++i) {
         cutMs = 6000 + i % 40 * 50;
         const MediaTime at = std::min(m_player->position(), MediaTime{4'000'000});
@@ -148,6 +150,7 @@ TEST_F(PlayerTest, setItemAThousandTimesWhilePlayingNeverShowsARemovedFrame)
     const double before = m_player->position().ms();
     wait(300);
     EXPECT_GT(m_player->position().ms(), before + 150) << "plays on";
+    EXPECT_LE(threadCount(), threads + 8) << "no more than a second decoder's";
 }
 
 TEST_F(PlayerTest, editsElsewhereWhilePlayingAreNeitherHeardNorSeen)
@@ -321,9 +324,11 @@ TEST_F(PlayerTest, fileTruncatedWhilePlayingGoesOnToTheEndWithoutIt)
     EXPECT_EQ(m_player->position().ms(), 3000);
 }
 
-TEST_F(PlayerTest, quitAtAnyMomentEndsAtOnce)
+TEST_F(PlayerTest, quitAtAnyMomentEndsAtOnceAndLeavesNoThread)
 {
     const std::shared_ptr<const PlayerItem> whole = item(movie(QStringLiteral("a.mov"), 10), {{0, 10'000}});
+    m_player.reset();
+    const int threads = threadCount();
     for (int i = 0; i < 12; ++i) {
         makePlayer();
         m_player->setItem(whole, MediaTime::fromMs(9900));
@@ -336,6 +341,7 @@ TEST_F(PlayerTest, quitAtAnyMomentEndsAtOnce)
         m_player.reset();
         EXPECT_LT(timer.elapsed(), 500);
     }
+    EXPECT_TRUE(waitUntil([&] { return threadCount() <= threads; }, 3000)) << threadCount() << " of " << threads;
 }
 
 TEST_F(PlayerTest, deviceVanishesPlayingGoesOnAndSoundComesBack)

@@ -58,20 +58,31 @@ void SoundServer::kill()
 
 bool SoundServer::startRecording()
 {
+    m_bytes.clear();
+    m_heard.clear();
     m_recorder.start(text("parec"),
         {text("--device=quiet.monitor"), text("--format=float32le"), text("--rate=48000"), text("--channels=2"),
             text("--latency-msec=20")});
     return QTest::qWaitFor([&] { return m_recorder.bytesAvailable() > 0; }, 3000);
 }
 
+const std::vector<float>& SoundServer::heardSoFar()
+{
+    constexpr qsizetype frame = 2 * sizeof(float);
+    m_bytes += m_recorder.readAllStandardOutput();
+    const qsizetype whole = m_bytes.size() / frame * frame;
+    const size_t before = m_heard.size();
+    m_heard.resize(before + size_t(whole) / sizeof(float));
+    std::memcpy(m_heard.data() + before, m_bytes.constData(), size_t(whole));
+    m_bytes.remove(0, whole);
+    return m_heard;
+}
+
 std::vector<float> SoundServer::stopRecording()
 {
     m_recorder.terminate();
     m_recorder.waitForFinished(3000);
-    const QByteArray bytes = m_recorder.readAllStandardOutput();
-    std::vector<float> sound(size_t(bytes.size()) / sizeof(float));
-    std::memcpy(sound.data(), bytes.constData(), sound.size() * sizeof(float));
-    return sound;
+    return heardSoFar();
 }
 
 } // namespace kelmo

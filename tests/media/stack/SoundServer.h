@@ -19,13 +19,17 @@ public:
     void kill(); ///< As a crash would.
 
     [[nodiscard]] bool startRecording();
-    /// Ends the recording: interleaved stereo at 48 kHz.
+    /// What has been recorded so far: interleaved stereo at 48 kHz.
+    [[nodiscard]] const std::vector<float>& heardSoFar();
+    /// Ends the recording, and gives all of it.
     [[nodiscard]] std::vector<float> stopRecording();
 
 private:
     QTemporaryDir m_folder;
     QProcess m_daemon;
     QProcess m_recorder;
+    QByteArray m_bytes; ///< Of a frame that has not come whole.
+    std::vector<float> m_heard;
 };
 
 } // namespace kelmo

@@ -3,12 +3,16 @@
 #include "media/stack/AudioMixer.h"
 #include "media/stack/CubebOutput.h"
 #include "tests/media/stack/PlayerFixture.h"
+#include "tools/moviemaker/SoundCode.h"
 
 #include <cmath>
 
 namespace kelmo {
 
 namespace {
+
+/// What the recorder asks for as its portion, so that what it has is late by that much.
+constexpr double recordingDelayMs = 20;
 
 class SoundServerTest : public PlayerFixture {
 protected:
@@ -88,6 +92,42 @@ TEST_F(SoundServerTest, playAcrossFiftyJoinsIsHeardToTheSample)
             firstDifferent = int64_t(i);
     }
     EXPECT_EQ(different, 0) << "of " << wanted.size() << ", the first at " << firstDifferent;
+}
+
+TEST_F(SoundServerTest, pictureAndPositionAreWhereTheSoundIs)
+{
+    m_player->setItem(item(movie(QStringLiteral("a.mov"), 10), {{0, 10'000}}));
+    ASSERT_TRUE(m_server.startRecording());
+    m_player->play(1);
+    ASSERT_TRUE(waitUntil([&] { return m_player->position().ms() > 700; }));
+    const SoundCode code(1);
+    std::vector<double> clockAhead;
+    std::vector<double> pictureAhead;
+    for (int i = 0; i < 60; ++i) {
+        wait(30 + i % 7);
+        (void)m_server.heardSoFar(); // The newest that the recorder has.
+        const double position = m_player->position().ms();
+        const double picture = m_player->pictureTime().ms();
+        const std::vector<float>& heard = m_server.heardSoFar();
+        ASSERT_GT(heard.size(), 2u * 8192);
+        std::vector<float> window;
+        for (size_t k = heard.size() - 2 * 4096; k < heard.size(); k += 2)
+            window.push_back(heard[k]);
+        const std::optional<double> begin = code.findPosition(window, 48'000, 0, 48'000 * 10);
+        ASSERT_TRUE(begin);
+        const double end = (*begin + 4096) / 48;
+        clockAhead.push_back(position - end);
+        pictureAhead.push_back(picture + frameMs / 2 - end);
+    }
+    // A single look is blurred by the portions in which sound is recorded; their middle is not.
+    const auto middle = [](std::vector<double> values) {
+        std::nth_element(values.begin(), values.begin() + ptrdiff_t(values.size() / 2), values.end());
+        return values[values.size() / 2];
+    };
+    std::printf(
+        "the clock is %.1f ms ahead of the sound, the picture %.1f ms\n", middle(clockAhead), middle(pictureAhead));
+    EXPECT_NEAR(middle(clockAhead), 0, 20 + recordingDelayMs);
+    EXPECT_NEAR(middle(pictureAhead), 0, 20 + recordingDelayMs);
 }
 
 TEST_F(SoundServerTest, killTheServerPlayingGoesOnAndSoundComesBack)
