@@ -1,7 +1,9 @@
 #include "views/PlayerView.h"
 
+#include "media/Exporter.h"
 #include "media/FrameGrab.h"
 #include "media/stack/PngWriter.h"
+#include "media/stack/VideoDecoder.h"
 #include "tests/movies/CodedMovie.h"
 #include "tests/support/TemporaryHome.h"
 
@@ -81,6 +83,40 @@ TEST_F(PlayerViewTest, shownPictureIsTheGrabbedOneAmidNearBlack)
     }
     EXPECT_LE(worst, tolerance);
     EXPECT_EQ(QColor(shown.pixel(shown.width() / 2, 2)), QColor(14, 14, 14));
+}
+
+TEST_F(PlayerViewTest, exportedPictureIsTheGrabbedOneButForTheCodec)
+{
+    const QString path = m_folder.filePath(QStringLiteral("out.mp4"));
+    ExportSettings settings;
+    settings.codec = Codec::H264;
+    const std::atomic<bool> cancelled = false;
+    ASSERT_TRUE(Exporter::run(
+        m_editor.built(), settings, path, [](double) {}, cancelled));
+    const Result<std::shared_ptr<const Asset>> asset = Asset::open(path);
+    ASSERT_TRUE(asset);
+    const Track& track = (*asset)->tracks().front();
+    const std::optional<int> display = track.index.displayAt(ExactTime::of(MediaTime::fromMs(lookedAtMs)));
+    Result<std::unique_ptr<VideoDecoder>> decoder = VideoDecoder::open(*asset, track, 1);
+    ASSERT_TRUE(decoder && display);
+    const Result<VideoFrame> frame = (*decoder)->frame(*display);
+    ASSERT_TRUE(frame);
+    const Result<QByteArray> png = pngOf(*frame, 320, 180);
+    ASSERT_TRUE(png);
+    const QImage exported = QImage::fromData(*png, "PNG");
+    const QImage wanted = grabbed(m_editor, {320, 180});
+
+    // The codec blurs single pixels; what small squares look like stays.
+    constexpr int side = 4;
+    const QSize squares(320 / side, 180 / side);
+    const QImage a = exported.scaled(squares, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    const QImage b = wanted.scaled(squares, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    int off = 0;
+    for (int y = 0; y < squares.height(); ++y) {
+        for (int x = 0; x < squares.width(); ++x)
+            off += difference(a.pixel(x, y), b.pixel(x, y)) > tolerance;
+    }
+    EXPECT_LE(off, squares.width() * squares.height() / 100);
 }
 
 TEST_F(PlayerViewTest, everyScaleOfTheScreenShowsPixelForPixel)

@@ -240,14 +240,14 @@ TEST_F(PlayerTest, scrubBackAndForthShowsLivelyPicturesAndEndsExactly)
     std::vector<int> shown;
     QObject::connect(m_player.get(), &Player::pictureChanged, [&] { shown.push_back(shownNumber().value_or(-1)); });
     double at = 0;
-    std::optional<bool> landed;
-    for (int i = 0; i <= 120; ++i) {
+    constexpr int last = 120;
+    bool landed = false;
+    for (int i = 0; i <= last; ++i) {
         at = 3000 + 1500 * std::sin(i / 20.0);
-        landed.reset();
-        m_player->seek(MediaTime::fromMs(at), [&](bool done) { landed = done; });
+        m_player->seek(MediaTime::fromMs(at), [&landed, i](bool done) { landed = done && i == last; });
         wait(8);
     }
-    ASSERT_TRUE(waitUntil([&] { return landed.has_value(); }));
+    ASSERT_TRUE(waitUntil([&] { return landed; }));
     EXPECT_EQ(shownNumber(), frameAt(at < 3000 ? at : at + 3000));
     for (const int number : shown)
         EXPECT_TRUE(number < frameAt(3000) || number >= frameAt(6000)) << "cut away: " << number;

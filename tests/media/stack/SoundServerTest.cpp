@@ -22,6 +22,7 @@ protected:
             GTEST_SKIP() << "pulseaudio and pulseaudio-utils are not installed";
         ASSERT_TRUE(m_server.start());
         m_player = std::make_unique<Player>();
+        m_player->setPictureBox({320, 180});
         ASSERT_TRUE(waitUntil([&] { return m_player->isAudible(); }));
     }
     void TearDown() override { m_player.reset(); }
