@@ -26,6 +26,12 @@ RoundButton::RoundButton(Tone tone, int diameter, Icons::Symbol symbol, QWidget*
     FocusRing::enable(*this, diameter / 2.0);
 }
 
+void RoundButton::setTone(Tone tone)
+{
+    m_tone = tone;
+    update();
+}
+
 void RoundButton::setSymbol(Icons::Symbol symbol)
 {
     m_symbol = symbol;

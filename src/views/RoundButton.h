@@ -20,6 +20,7 @@ public:
 
     RoundButton(Tone tone, int diameter, Icons::Symbol symbol, QWidget* parent);
 
+    void setTone(Tone tone);
     void setSymbol(Icons::Symbol symbol);
     [[nodiscard]] Icons::Symbol symbol() const { return m_symbol; }
 
@@ -31,7 +32,7 @@ protected:
 private:
     [[nodiscard]] QColor disc() const;
 
-    const Tone m_tone;
+    Tone m_tone;
     const int m_diameter;
     Icons::Symbol m_symbol;
     ColorFade m_disc{*this};
