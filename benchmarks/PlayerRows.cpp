@@ -7,9 +7,11 @@
 #include "platform/MonotonicClock.h"
 
 #include <QCoreApplication>
+#include <QEventLoop>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QTimer>
 
 #include <cstdio>
 #include <cstdlib>
@@ -197,7 +199,13 @@ Outcome pausedCost()
     waitFor([&] { return player.picture() != nullptr; });
     player.preroll();
     waitMs(2000);
-    const double share = cpuSeconds([] { waitMs(10'000); }) / 10 * 100;
+    // Without the polling of waitMs, which costs more than what is measured.
+    const double share = cpuSeconds([] {
+        QEventLoop loop;
+        QTimer::singleShot(10'000, &loop, &QEventLoop::quit);
+        loop.exec();
+    }) / 10
+        * 100;
     return {share, text("% of a core"), text("under 1"), share < 1, text("player and its threads, over 10 s")};
 }
 

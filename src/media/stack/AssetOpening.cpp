@@ -1,5 +1,7 @@
 #include "media/stack/AssetOpening.h"
 
+#include "media/stack/SampleListing.h"
+
 extern "C" {
 #include <libavutil/display.h>
 #include <libavutil/opt.h>
@@ -9,16 +11,12 @@ extern "C" {
 #include <QFileInfo>
 
 #include <cmath>
-#include <set>
 
 namespace kelmo {
 
 namespace {
 
 constexpr int ioBufferSize = 64 << 10;
-constexpr size_t mostSamples = 200'000'000;
-/// Ticks beyond this only come from damaged tables; sums of a few of them must not overflow.
-constexpr int64_t mostTicks = INT64_MAX / 8;
 /// Nobody records for six weeks, and everything that steps through an edit would step for ever.
 constexpr MediaTime longestMovie{1000LL * 3600 * 1'000'000};
 constexpr int leastSampleRate = 1000;
@@ -191,38 +189,6 @@ std::vector<EditSegment> editSegments(const MovBoxes& boxes, int trackId, Ratio 
     return segments;
 }
 
-struct StreamSamples {
-    std::vector<Sample> samples;
-    int64_t lastDuration = 0;
-};
-
-bool isSane(int64_t ticks) { return ticks >= -mostTicks && ticks <= mostTicks; }
-
-/// Steps through the whole file and notes every sample of the wanted streams.
-Result<std::vector<StreamSamples>> listSamples(
-    AVFormatContext& input, const std::set<int>& wanted, int64_t fileSize, const QString& path)
-{
-    std::vector<StreamSamples> streams(input.nb_streams);
-    const AvHandle<AVPacket> packet = makeAvPacket();
-    size_t total = 0;
-    while (av_read_frame(&input, packet.get()) >= 0) {
-        const int64_t dts = packet->dts != AV_NOPTS_VALUE ? packet->dts : packet->pts;
-        const int64_t pts = packet->pts != AV_NOPTS_VALUE ? packet->pts : dts;
-        const bool whole = packet->pos < 0 || packet->pos + packet->size <= fileSize;
-        const size_t stream = size_t(packet->stream_index);
-        if (stream < streams.size() && wanted.count(packet->stream_index) && isSane(pts) && isSane(dts) && whole) {
-            streams[stream].samples.push_back(
-                {pts, dts, packet->pos, packet->size, (packet->flags & AV_PKT_FLAG_KEY) != 0});
-            streams[stream].lastDuration = packet->duration;
-            ++total;
-        }
-        av_packet_unref(packet.get());
-        if (total > mostSamples)
-            return tl::unexpected(openError(path, QStringLiteral("it has too many samples")));
-    }
-    return streams;
-}
-
 /// How long the last sample lasts. With B-frames the demuxer only gives an average to each packet, but the length of
 /// the media as a whole is exact, and so is the last decoding time.
 int64_t lastDurationOf(const AVStream& stream, const StreamSamples& listed, bool isMov)
@@ -267,6 +233,19 @@ Track describedTrack(const AVStream& stream, StreamSamples listed, const MovBoxe
     return track;
 }
 
+/// The streams that can be used; the others are not delivered.
+std::set<int> chooseStreams(AVFormatContext& format)
+{
+    std::set<int> wanted;
+    for (unsigned i = 0; i < format.nb_streams; ++i) {
+        const bool usable = isUsable(*format.streams[i]);
+        format.streams[i]->discard = usable ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
+        if (usable)
+            wanted.insert(int(i));
+    }
+    return wanted;
+}
+
 } // namespace
 
 Result<AvHandle<AVFormatContext>> openContainer(const QString& path)
@@ -276,11 +255,11 @@ Result<AvHandle<AVFormatContext>> openContainer(const QString& path)
     return opened(std::move(input), options, path);
 }
 
-Result<AssetTables> readTables(const QString& path)
+namespace {
+
+/// The tables of a file, by its index where that may be; none when it must be stepped through after all.
+Result<std::optional<AssetTables>> readTables(const QString& path, bool byIndex)
 {
-    quietAvLog();
-    if (!QFileInfo(path).isFile())
-        return tl::unexpected(openError(path, QStringLiteral("there is no such file")));
     TableIO io(path);
     if (!io.open())
         return tl::unexpected(openError(path, io.reason()));
@@ -304,16 +283,14 @@ Result<AssetTables> readTables(const QString& path)
         return avFailure(code, QStringLiteral("Can’t read"), QFileInfo(path).fileName());
     }
 
-    std::set<int> wanted;
-    for (unsigned i = 0; i < format.nb_streams; ++i) {
-        const bool usable = isUsable(*format.streams[i]);
-        format.streams[i]->discard = usable ? AVDISCARD_DEFAULT : AVDISCARD_ALL;
-        if (usable)
-            wanted.insert(int(i));
-    }
-    Result<std::vector<StreamSamples>> listed = listSamples(format, wanted, io.size(), path);
+    const std::set<int> wanted = chooseStreams(format);
+    std::optional<std::vector<StreamSamples>> listed = byIndex && tables.isMov
+        ? listSamplesByIndex(format, wanted, io.size(), io.boxes())
+        : listSamples(format, wanted, io.size());
+    if (!listed && byIndex && tables.isMov)
+        return std::nullopt;
     if (!listed)
-        return tl::unexpected(listed.error());
+        return tl::unexpected(openError(path, QStringLiteral("it has too many samples")));
     for (const int stream : wanted) {
         Track track
             = describedTrack(*format.streams[stream], std::move((*listed)[size_t(stream)]), io.boxes(), tables.isMov);
@@ -323,6 +300,23 @@ Result<AssetTables> readTables(const QString& path)
             tables.tracks.push_back(std::move(track));
     }
     return tables;
+}
+
+} // namespace
+
+Result<AssetTables> readTables(const QString& path)
+{
+    quietAvLog();
+    if (!QFileInfo(path).isFile())
+        return tl::unexpected(openError(path, QStringLiteral("there is no such file")));
+    for (const bool byIndex : {true, false}) {
+        Result<std::optional<AssetTables>> tables = readTables(path, byIndex);
+        if (!tables)
+            return tl::unexpected(tables.error());
+        if (*tables)
+            return **std::move(tables);
+    }
+    return tl::unexpected(openError(path, QStringLiteral("it has too many samples")));
 }
 
 } // namespace kelmo

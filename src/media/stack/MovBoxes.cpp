@@ -108,26 +108,42 @@ std::vector<MovBoxes::Edit> editsOf(Bytes list)
     return edits;
 }
 
+std::vector<MovBoxes::Offset> offsetsOf(Bytes list)
+{
+    list.skip(4);
+    const uint32_t count = list.u32();
+    std::vector<MovBoxes::Offset> offsets;
+    for (uint32_t i = 0; i < count && list.left() >= 8; ++i) {
+        const uint32_t samples = list.u32();
+        offsets.push_back({samples, int32_t(list.u32())});
+    }
+    return offsets;
+}
+
+/// Reads what is wanted of a track's boxes, at whatever depth it lies.
+void readTrackBoxes(Bytes boxes, int& id, MovBoxes::TrackBoxes& found)
+{
+    uint32_t type = 0;
+    Bytes body(nullptr, 0);
+    while (boxes.nextBox(type, body)) {
+        if (type == tag("tkhd"))
+            id = trackIdOf(body);
+        else if (type == tag("elst"))
+            found.edits = editsOf(body);
+        else if (type == tag("mdhd"))
+            found.timescale = timescaleOf(body);
+        else if (type == tag("ctts"))
+            found.offsets = offsetsOf(body);
+        else if (type == tag("edts") || type == tag("mdia") || type == tag("minf") || type == tag("stbl"))
+            readTrackBoxes(body, id, found);
+    }
+}
+
 void readTrack(Bytes track, MovBoxes& boxes)
 {
     int id = 0;
     MovBoxes::TrackBoxes found;
-    uint32_t type = 0;
-    Bytes body(nullptr, 0);
-    while (track.nextBox(type, body)) {
-        if (type == tag("tkhd"))
-            id = trackIdOf(body);
-        Bytes inner = body;
-        Bytes innerBody(nullptr, 0);
-        if (type == tag("edts") || type == tag("mdia")) {
-            while (inner.nextBox(type, innerBody)) {
-                if (type == tag("elst"))
-                    found.edits = editsOf(innerBody);
-                else if (type == tag("mdhd"))
-                    found.timescale = timescaleOf(innerBody);
-            }
-        }
-    }
+    readTrackBoxes(track, id, found);
     boxes.tracks[id] = std::move(found);
 }
 
@@ -140,6 +156,8 @@ void readMovie(Bytes movie, MovBoxes& boxes)
             boxes.movieTimescale = timescaleOf(body);
         else if (type == tag("trak"))
             readTrack(body, boxes);
+        else if (type == tag("mvex"))
+            boxes.isFragmented = true;
     }
 }
 
@@ -165,6 +183,7 @@ MovBoxes MovBoxes::read(QFile& file)
         if (size < uint64_t(headSize) || size > uint64_t(INT64_MAX - at))
             break;
         const int64_t end = at + int64_t(size);
+        boxes.isFragmented = boxes.isFragmented || type == tag("moof");
         if (type == tag("mdat"))
             boxes.mediaData.push_back({at + headSize, std::min(end, fileSize)});
         if (type == tag("moov") && end <= fileSize && int64_t(size) < largestMovieBox && file.seek(at + headSize)) {

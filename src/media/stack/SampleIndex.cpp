@@ -91,6 +91,9 @@ void SampleIndex::findReorderDepth()
 {
     // No codec here holds back more than 16 pictures, so looking a few more back is enough.
     constexpr size_t window = 24;
+    if (std::is_sorted(
+            m_samples.begin(), m_samples.end(), [](const Sample& a, const Sample& b) { return a.pts < b.pts; }))
+        return;
     for (size_t i = 0; i < m_samples.size(); ++i) {
         int later = 0;
         for (size_t j = i > window ? i - window : 0; j < i; ++j)

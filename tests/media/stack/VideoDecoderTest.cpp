@@ -1,7 +1,9 @@
 #include "media/stack/VideoDecoder.h"
 
+#include "media/stack/AssetOpening.h"
 #include "media/stack/FrameConverter.h"
 #include "media/stack/FrameSequence.h"
+#include "media/stack/SampleListing.h"
 #include "tests/movies/CodedMovie.h"
 #include "tools/moviemaker/FrameCode.h"
 
@@ -261,6 +263,32 @@ TEST_P(VideoDecoderFormats, framesGivenUpOnTheWayAndOthersAfterThemShowWhatWasMa
                 ASSERT_EQ(numberIn(kept), madeAt(m_movie, moments[size_t(near)])) << "kept for " << near;
             }
         }
+    }
+}
+
+TEST_P(VideoDecoderFormats, samplesListedByIndexAreThoseThatTheDemuxerDelivers)
+{
+    QFile file(m_movie.spec.path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const MovBoxes boxes = MovBoxes::read(file);
+    const auto listed = [&](bool byIndex) {
+        Result<AvHandle<AVFormatContext>> input = openContainer(m_movie.spec.path);
+        AVFormatContext& format = **input;
+        format.flags |= AVFMT_FLAG_NOPARSE | AVFMT_FLAG_NOFILLIN;
+        return byIndex ? listSamplesByIndex(format, {0}, file.size(), boxes) : listSamples(format, {0}, file.size());
+    };
+    const std::optional<std::vector<StreamSamples>> quick = listed(true);
+    ASSERT_EQ(quick.has_value(), boxes.hasMovie && !boxes.isFragmented);
+    if (!quick)
+        return;
+    const std::optional<std::vector<StreamSamples>> stepped = listed(false);
+    ASSERT_EQ(quick->front().samples.size(), stepped->front().samples.size());
+    for (size_t i = 0; i < quick->front().samples.size(); ++i) {
+        const Sample& a = quick->front().samples[i];
+        const Sample& b = stepped->front().samples[i];
+        ASSERT_EQ(
+            std::tuple(a.pts, a.dts, a.position, a.size, a.key), std::tuple(b.pts, b.dts, b.position, b.size, b.key))
+            << "sample " << i;
     }
 }
 
