@@ -28,6 +28,7 @@ struct Row {
 [[nodiscard]] std::vector<Row> frameRows();
 [[nodiscard]] std::vector<Row> playerRows();
 [[nodiscard]] std::vector<Row> seekRows();
+[[nodiscard]] std::vector<Row> transcriptRows();
 
 /// Runs `ours` and `peer` in turns, `rounds` times each after one warming round, and returns the medians in seconds.
 struct Pair {

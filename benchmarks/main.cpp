@@ -1,6 +1,6 @@
 #include "benchmarks/Row.h"
 
-#include <QGuiApplication>
+#include <QApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -18,7 +18,7 @@ namespace {
 std::vector<Row> allRows()
 {
     std::vector<Row> rows = exportRows();
-    for (const std::vector<Row>& more : {frameRows(), editRows(), playerRows(), seekRows()})
+    for (const std::vector<Row>& more : {frameRows(), editRows(), playerRows(), seekRows(), transcriptRows()})
         rows.insert(rows.end(), more.begin(), more.end());
     return rows;
 }
@@ -74,8 +74,8 @@ int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("KELMO_ANALYTICS", "0");
-    QGuiApplication application(argc, argv);
-    QStringList arguments = QGuiApplication::arguments().mid(1);
+    QApplication application(argc, argv);
+    QStringList arguments = QApplication::arguments().mid(1);
     if (arguments == QStringList{QStringLiteral("--export-once")}) {
         kelmo::bench::exportOnce();
         return 0;

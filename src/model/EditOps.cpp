@@ -155,7 +155,10 @@ bool EditOps::isFiller(QStringView text)
     static const QSet<QString> fillers{QStringLiteral("um"), QStringLiteral("umm"), QStringLiteral("uh"),
         QStringLiteral("uhh"), QStringLiteral("uhm"), QStringLiteral("er"), QStringLiteral("erm"), QStringLiteral("ah"),
         QStringLiteral("hmm"), QStringLiteral("mmm"), QStringLiteral("mm")};
-    return fillers.contains(norm(text));
+    // Most words are longer than any of them, and are told by that without being normalised.
+    constexpr auto longest = 3;
+    const auto isPlainLetter = [](QChar c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); };
+    return std::count_if(text.begin(), text.end(), isPlainLetter) <= longest && fillers.contains(norm(text));
 }
 
 std::vector<int> EditOps::fillerIndices(const std::vector<Word>& words, const std::vector<Span>& spans)
