@@ -8,11 +8,6 @@ namespace {
 
 QString utf8(const char* text) { return QString::fromUtf8(text); }
 
-/// What assistive technology was told, in the order of it.
-QList<QAccessible::Event> told;
-
-void note(QAccessibleEvent* event) { told.append(event->type()); }
-
 class AccessibleWordTextTest : public TranscriptFixture {
 protected:
     void SetUp() override
@@ -132,24 +127,6 @@ TEST_F(AccessibleWordTextTest, everyCharacterIsFoundWhereItIs)
     }
     EXPECT_EQ(reader().offsetAtPoint(QPoint(-500, -500)), -1);
     EXPECT_TRUE(reader().characterRect(1000).isNull());
-}
-
-TEST_F(AccessibleWordTextTest, changesAreToldAsTheyHappen)
-{
-    QAccessible::setActive(true);
-    const QAccessible::UpdateHandler before = QAccessible::installUpdateHandler(note);
-    told.clear();
-    key(Qt::Key_Right);
-    EXPECT_EQ(told, QList{QAccessible::TextCaretMoved});
-    told.clear();
-    key(Qt::Key_Right, Qt::ShiftModifier);
-    EXPECT_EQ(told, (QList{QAccessible::TextCaretMoved, QAccessible::TextSelectionChanged}));
-    told.clear();
-    writeTranscript(said(utf8("other words")));
-    m_editor.open(m_folder.filePath(utf8("talk.mov")));
-    EXPECT_TRUE(told.contains(QAccessible::TextUpdated));
-    QAccessible::installUpdateHandler(before);
-    QAccessible::setActive(false);
 }
 
 } // namespace kelmo
