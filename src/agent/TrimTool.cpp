@@ -1,6 +1,6 @@
 #include "agent/EditJson.h"
 #include "agent/Tools.h"
-#include "agent/TrimSnapping.h"
+#include "model/TrimSnapping.h"
 
 namespace kelmo {
 

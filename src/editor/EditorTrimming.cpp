@@ -1,4 +1,5 @@
 #include "editor/Editor.h"
+#include "model/TrimSnapping.h"
 #include "platform/MonotonicClock.h"
 
 namespace kelmo {
@@ -6,18 +7,6 @@ namespace kelmo {
 namespace {
 
 constexpr double leastEditMs = 100;
-constexpr double snapDistanceMs = 250;
-
-/// The boundary nearest to a time; the earlier in the list wins. A time inside a word always snaps to one, so that no
-/// word is torn; one in silence only when a boundary is near.
-double snapped(double time, const std::vector<double>& boundaries, const std::vector<Word>& words)
-{
-    const double nearest = *std::min_element(boundaries.begin(), boundaries.end(),
-        [&](double a, double b) { return std::abs(a - time) < std::abs(b - time); });
-    const bool insideWord = std::any_of(
-        words.begin(), words.end(), [&](const Word& word) { return word.startMs < time && time < word.endMs; });
-    return insideWord || std::abs(nearest - time) <= snapDistanceMs ? nearest : time;
-}
 
 } // namespace
 
@@ -60,13 +49,7 @@ void Editor::trimStartToPlayhead()
 {
     if (m_sourceDurationMs <= 0)
         return;
-    double target = playheadSourceMs();
-    if (!m_words.empty()) {
-        std::vector<double> boundaries{0};
-        for (int i = 0; i < int(m_words.size()); ++i)
-            boundaries.push_back(EditOps::trimInBefore(i, m_words, m_sourceDurationMs));
-        target = snapped(target, boundaries, m_words);
-    }
+    const double target = TrimSnapping::snapIn(playheadSourceMs(), m_words, m_sourceDurationMs);
     reportTrim(trim(target, std::nullopt, QStringLiteral("Trim Start")));
 }
 
@@ -74,13 +57,7 @@ void Editor::trimEndToPlayhead()
 {
     if (m_sourceDurationMs <= 0)
         return;
-    double target = playheadSourceMs();
-    if (!m_words.empty()) {
-        std::vector<double> boundaries{m_sourceDurationMs};
-        for (int i = 0; i < int(m_words.size()); ++i)
-            boundaries.push_back(EditOps::trimOutAfter(i, m_words, m_sourceDurationMs));
-        target = snapped(target, boundaries, m_words);
-    }
+    const double target = TrimSnapping::snapOut(playheadSourceMs(), m_words, m_sourceDurationMs);
     reportTrim(trim(std::nullopt, target, QStringLiteral("Trim End")));
 }
 

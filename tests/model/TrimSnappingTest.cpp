@@ -1,4 +1,4 @@
-#include "agent/TrimSnapping.h"
+#include "model/TrimSnapping.h"
 
 #include "model/EditOps.h"
 
