@@ -26,6 +26,12 @@ bool isRgb(AVPixelFormat format)
     return description && (description->flags & AV_PIX_FMT_FLAG_RGB);
 }
 
+int flagsWithinRows(int flags, int width)
+{
+    constexpr int block = 16;
+    return width % block ? flags | SWS_ACCURATE_RND : flags;
+}
+
 void setScalerColors(SwsContext* scaler, ColorTags from, bool fromRgb, ColorTags to, bool toRgb)
 {
     constexpr int unity = 1 << 16;

@@ -10,6 +10,10 @@ namespace kelmo {
 
 [[nodiscard]] bool isRgb(AVPixelFormat format);
 
+/// Scaler flags that stay within the rows of an RGB image `width` wide when nothing is scaled: the quick conversion
+/// writes whole blocks of pixels, past the end of the last row.
+[[nodiscard]] int flagsWithinRows(int flags, int width);
+
 /// Tells a scaler what the numbers on both sides mean; it does not read that from the pictures.
 void setScalerColors(SwsContext* scaler, ColorTags from, bool fromRgb, ColorTags to, bool toRgb);
 

@@ -12,7 +12,7 @@ bool RgbScaler::scale(const VideoFrame& frame, QImage& image, Scaling scaling)
     // The exact conversion costs little when nothing is scaled; the quick one is off by up to three levels.
     const int flags = scaling == Scaling::Fine
         ? SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP
-        : sameSize ? SWS_POINT
+        : sameSize ? flagsWithinRows(SWS_POINT, image.width())
                    : SWS_FAST_BILINEAR;
     const AVPixelFormat format = plainFormat(frame.av()->format);
     m_scaler = sws_getCachedContext(m_scaler, frame.width(), frame.height(), format, image.width(), image.height(),
