@@ -1,0 +1,82 @@
+#include "media/ThumbnailGenerator.h"
+
+namespace kelmo {
+
+namespace {
+
+/// Even, because pictures lose an odd last row or column on the way.
+int even(double pixels) { return std::max(2, 2 * int(std::lround(pixels / 2))); }
+
+QSize sizeOf(const Track& track)
+{
+    const double width = track.uprightWidth();
+    const double height = track.uprightHeight();
+    const double scale
+        = std::min({1.0, ThumbnailGenerator::largest.width() / width, ThumbnailGenerator::largest.height() / height});
+    return {even(width * scale), even(height * scale)};
+}
+
+FrameConverter converterFor(const Track& track)
+{
+    const QSize size = sizeOf(track);
+    return {size.width(), size.height(), track.quarterTurns, track.color, Scaling::Fast};
+}
+
+} // namespace
+
+ThumbnailGenerator::ThumbnailGenerator(LoadedTake::Source movie)
+    : m_movie(std::move(movie))
+    , m_converter(converterFor(*m_movie.track))
+{
+}
+
+Result<void> ThumbnailGenerator::open()
+{
+    // One thread: whoever plays the same movie meanwhile needs the others.
+    Result<std::unique_ptr<VideoDecoder>> decoder = VideoDecoder::open(m_movie.asset, *m_movie.track, 1);
+    if (!decoder)
+        return tl::unexpected(decoder.error());
+    m_decoder = std::move(*decoder);
+    return {};
+}
+
+Result<QImage> ThumbnailGenerator::image(double ms)
+{
+    if (m_cancelled || m_movie.track->index.isEmpty())
+        return failure(QStringLiteral("Thumbnail"), 1);
+    if (Result<void> opened; !m_decoder && !(opened = open()))
+        return tl::unexpected(opened.error());
+    const int display = cheapest(ms);
+    m_decoder->expect(std::array{display});
+    const Result<VideoFrame> frame = m_decoder->frame(display, [this] { return m_cancelled.load(); });
+    if (!frame)
+        return tl::unexpected(frame.error());
+    const VideoFrame little = m_converter.convert(*frame);
+    QImage picture(little ? little.width() : 0, little ? little.height() : 0, QImage::Format_RGB32);
+    if (picture.isNull() || !m_toRgb.scale(little, picture, Scaling::Fast))
+        return failure(QStringLiteral("Thumbnail"), 2);
+    return picture;
+}
+
+/// Of the pictures within the tolerance the one that takes the fewest samples to get to, the nearest of equals. One of
+/// them is always the picture that is on show at the moment itself, however long it has been.
+int ThumbnailGenerator::cheapest(double ms) const
+{
+    const SampleIndex& index = m_movie.track->index;
+    const ExactTime moment = ExactTime::of(MediaTime::fromMs(ms));
+    const MediaTime tolerance = MediaTime::fromMs(toleranceMs);
+    const int64_t asked = moment.ticksNearest(index.timeBase());
+    const auto rank = [&](int display) {
+        const int64_t away = std::abs(index.displays()[size_t(display)].present - asked);
+        return std::pair(m_decoder->costOf(display), away);
+    };
+    int best = index.displayAt(moment).value_or(0);
+    const int end = index.displayAfter(moment.movedBy(tolerance));
+    for (int display = index.displayAfter(moment.movedBy({-tolerance.us})); display < end; ++display) {
+        if (rank(display) < rank(best))
+            best = display;
+    }
+    return best;
+}
+
+} // namespace kelmo
