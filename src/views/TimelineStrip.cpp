@@ -1,0 +1,66 @@
+#include "views/TimelineStrip.h"
+
+#include "views/Theme.h"
+#include "views/TimelineArt.h"
+
+namespace kelmo {
+
+namespace {
+
+const QColor placeholder = QColor::fromRgbF(0.16F, 0.16F, 0.16F);
+
+} // namespace
+
+void TimelineStrip::setTimes(std::vector<double> tileTimes)
+{
+    m_times = std::move(tileTimes);
+    repaint();
+}
+
+void TimelineStrip::draw(QPainter& painter, const DeviceGrid& grid, const QRectF& strip)
+{
+    const QSize pixels = grid.pixels(strip);
+    if (m_painted.size() != pixels || m_paintedRatio != grid.ratio()) {
+        m_painted = paint(pixels, grid.ratio());
+        m_paintedRatio = grid.ratio();
+    }
+    grid.draw(painter, strip.topLeft(), m_painted);
+}
+
+QPixmap TimelineStrip::paint(QSize pixels, double ratio)
+{
+    QPixmap painted(pixels);
+    painted.fill(Qt::transparent);
+    QPainter painter(&painted);
+    painter.fillRect(painted.rect(), m_times.empty() ? Theme::surface2 : placeholder);
+    const int count = int(m_times.size());
+    for (int i = 0; i < count; ++i) {
+        const int left = pixels.width() * i / count;
+        const QImage picture = m_pictures.image(m_times[size_t(i)]);
+        if (!picture.isNull())
+            painter.drawImage(left, 0, tile(picture, {pixels.width() * (i + 1) / count - left, pixels.height()}));
+    }
+    painter.setRenderHint(QPainter::Antialiasing);
+    QPainterPath corners = TimelineArt::softRect(painted.rect(), Theme::stripRadius * ratio);
+    corners.addRect(painted.rect()); // What is inside both is outside of an odd-even path.
+    painter.setCompositionMode(QPainter::CompositionMode_DestinationOut);
+    painter.fillPath(corners, Qt::black);
+    return painted;
+}
+
+/// The picture's middle, filling the tile.
+QImage TimelineStrip::tile(const QImage& picture, QSize pixels)
+{
+    // Widths differ by a pixel within a row; what is scaled for one serves the other.
+    const QSize room(pixels.width() + 1, pixels.height());
+    if (std::abs(room.width() - m_scaledSize.width()) > 1 || room.height() != m_scaledSize.height()) {
+        m_scaled.clear();
+        m_scaledSize = room;
+    }
+    QImage& scaled = m_scaled[picture.cacheKey()];
+    if (scaled.isNull())
+        scaled = picture.scaled(m_scaledSize, Qt::KeepAspectRatioByExpanding, Qt::SmoothTransformation);
+    return scaled.copy(QRect({(scaled.width() - pixels.width()) / 2, (scaled.height() - pixels.height()) / 2}, pixels));
+}
+
+} // namespace kelmo

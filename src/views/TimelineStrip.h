@@ -1,0 +1,33 @@
+#pragma once
+
+#include "views/DeviceGrid.h"
+#include "views/Filmstrip.h"
+
+namespace kelmo {
+
+/// The row of thumbnails under the timeline bar, painted once into a pixmap and shown from it until a picture, the size
+/// or the edit changes. Owned by the bar; main thread.
+class TimelineStrip {
+public:
+    explicit TimelineStrip(const Filmstrip& pictures)
+        : m_pictures(pictures)
+    {
+    }
+
+    void setTimes(std::vector<double> tileTimes); ///< What each tile shows, in source ms.
+    void repaint() { m_painted = {}; }
+    void draw(QPainter& painter, const DeviceGrid& grid, const QRectF& strip);
+
+private:
+    [[nodiscard]] QPixmap paint(QSize pixels, double ratio);
+    [[nodiscard]] QImage tile(const QImage& picture, QSize pixels);
+
+    const Filmstrip& m_pictures;
+    std::vector<double> m_times;
+    QPixmap m_painted;
+    double m_paintedRatio = 0;
+    QHash<qint64, QImage> m_scaled; ///< Tiles of a recent size, by the picture they were made from.
+    QSize m_scaledSize;
+};
+
+} // namespace kelmo
