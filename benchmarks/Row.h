@@ -29,6 +29,7 @@ struct Row {
 [[nodiscard]] std::vector<Row> playerRows();
 [[nodiscard]] std::vector<Row> seekRows();
 [[nodiscard]] std::vector<Row> transcriptRows();
+[[nodiscard]] std::vector<Row> timelineRows();
 
 /// Runs `ours` and `peer` in turns, `rounds` times each after one warming round, and returns the medians in seconds.
 struct Pair {

@@ -18,7 +18,8 @@ namespace {
 std::vector<Row> allRows()
 {
     std::vector<Row> rows = exportRows();
-    for (const std::vector<Row>& more : {frameRows(), editRows(), playerRows(), seekRows(), transcriptRows()})
+    for (const std::vector<Row>& more :
+        {frameRows(), editRows(), playerRows(), seekRows(), transcriptRows(), timelineRows()})
         rows.insert(rows.end(), more.begin(), more.end());
     return rows;
 }
