@@ -19,7 +19,7 @@ std::vector<Row> allRows()
 {
     std::vector<Row> rows = exportRows();
     for (const std::vector<Row>& more :
-        {frameRows(), editRows(), playerRows(), seekRows(), transcriptRows(), timelineRows()})
+        {frameRows(), editRows(), playerRows(), seekRows(), transcriptRows(), timelineRows(), shareRows()})
         rows.insert(rows.end(), more.begin(), more.end());
     return rows;
 }

@@ -74,6 +74,7 @@ QCoro::Task<Result<QJsonObject>> putPartOf(API api, QString path, QByteArray dat
         if (reply || attempt == partAttempts || !api.client)
             co_return reply;
         QTimer wait;
+        wait.setTimerType(Qt::PreciseTimer);
         wait.start(attempt * pace.retryWait);
         co_await wait;
     }

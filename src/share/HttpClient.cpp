@@ -47,12 +47,14 @@ tl::unexpected<Error> networkFailure(int code, const QString& why)
     return failure(QString::fromLatin1(domain), code, QStringLiteral("Can’t reach the share server: ") % why);
 }
 
-/// Whether the server's answer is what the toolkit calls an error, as it does with most statuses.
-bool isAnswer(QNetworkReply::NetworkError error)
+/// Whether the server's answer is what the toolkit calls an error, as it does with most statuses. A redirection counts
+/// as one: the toolkit would follow it with the body, which cannot be read again.
+bool isAnswer(int status, QNetworkReply::NetworkError error)
 {
+    if (error == QNetworkReply::ContentReSendError)
+        return status >= 300 && status <= 399;
     return error == QNetworkReply::NoError || error == QNetworkReply::ProtocolInvalidOperationError
-        || (error > QNetworkReply::UnknownProxyError && error < QNetworkReply::ProtocolUnknownError
-            && error != QNetworkReply::ContentReSendError)
+        || (error > QNetworkReply::UnknownProxyError && error < QNetworkReply::ProtocolUnknownError)
         || error > QNetworkReply::ProtocolFailure;
 }
 
@@ -93,7 +95,7 @@ private:
     void finish()
     {
         const QVariant status = m_reply->attribute(QNetworkRequest::HttpStatusCodeAttribute);
-        if (status.isValid() && isAnswer(m_reply->error()))
+        if (status.isValid() && isAnswer(status.toInt(), m_reply->error()))
             end(HttpAnswer{status.toInt(), m_body + m_reply->read(longestAnswer - m_body.size())});
         else if (m_reply->error() == QNetworkReply::ContentReSendError)
             end(networkFailure(m_reply->error(), QStringLiteral("the connection was lost")));
@@ -154,14 +156,16 @@ QFuture<Result<HttpAnswer>> HttpClient::send(
     QNetworkReply* const reply = m_network.sendCustomRequest(once, method, content);
     content->setParent(reply);
     auto* const exchange = new Exchange(reply, m_timeout);
-    connect(this, &HttpClient::aborted, exchange, &Exchange::cancel);
+    connect(this, &HttpClient::dropped, exchange, &Exchange::cancel);
     return exchange->answer();
 }
+
+void HttpClient::dropAll() { Q_EMIT dropped(); }
 
 void HttpClient::abort()
 {
     m_aborted = true;
-    Q_EMIT aborted();
+    dropAll();
 }
 
 } // namespace kelmo

@@ -32,11 +32,13 @@ public:
     [[nodiscard]] QFuture<Result<HttpAnswer>> send(
         const QNetworkRequest& request, const QByteArray& method, const QByteArray& body);
 
-    /// Ends everything under way; from now on each `send` fails at once.
+    /// Ends everything under way.
+    void dropAll();
+    /// The same, and from now on each `send` fails at once.
     void abort();
 
 Q_SIGNALS:
-    void aborted();
+    void dropped();
 
 private:
     const std::chrono::milliseconds m_timeout;

@@ -1,6 +1,6 @@
 #include "share/ProgressReports.h"
 
-#include <QCoroSignal>
+#include <QCoroFuture>
 
 namespace kelmo {
 
@@ -8,6 +8,8 @@ ProgressReports::ProgressReports(API api, const QString& id)
     : m_api(std::move(api))
     , m_path(QStringLiteral("/api/shares/") % id % QStringLiteral("/progress"))
 {
+    m_patience.setSingleShot(true);
+    connect(&m_patience, &QTimer::timeout, this, &ProgressReports::giveUp);
 }
 
 void ProgressReports::send(const QString& status, double fraction)
@@ -30,18 +32,27 @@ QCoro::Task<void> ProgressReports::deliver(QJsonObject report)
             co_return;
     }
     m_busy = false;
-    Q_EMIT settled();
+    m_patience.stop();
+    if (std::optional<QPromise<void>> settled = std::exchange(m_settled, std::nullopt))
+        settled->finish();
 }
 
 QCoro::Task<void> ProgressReports::settle(std::chrono::milliseconds patience)
 {
     if (!m_busy)
         co_return;
-    const QPointer<ProgressReports> self(this);
-    auto settling = qCoro(this, &ProgressReports::settled, patience);
-    co_await settling;
-    if (self && m_busy && m_api.client)
-        m_api.client->abort();
+    m_settled.emplace();
+    m_settled->start();
+    const QFuture<void> settled = m_settled->future();
+    m_patience.start(patience);
+    co_await settled;
+}
+
+void ProgressReports::giveUp()
+{
+    m_waiting.reset();
+    if (m_api.client)
+        m_api.client->dropAll();
 }
 
 } // namespace kelmo

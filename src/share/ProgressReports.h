@@ -2,7 +2,8 @@
 
 #include "share/API.h"
 
-#include <QObject>
+#include <QPromise>
+#include <QTimer>
 
 namespace kelmo {
 
@@ -18,19 +19,19 @@ public:
     /// `status` is "preparing", "uploading" or "failed"; `fraction` is from 0 to 1.
     void send(const QString& status, double fraction);
 
-    /// Waits until nothing is under way, or for `patience`; then gives up what still is.
+    /// Waits until nothing is under way, or for `patience`; then gives up what still is. One caller at a time.
     QCoro::Task<void> settle(std::chrono::milliseconds patience);
-
-Q_SIGNALS:
-    void settled();
 
 private:
     QCoro::Task<void> deliver(QJsonObject report);
+    void giveUp();
 
     const API m_api;
     const QString m_path;
     std::optional<QJsonObject> m_waiting;
     bool m_busy = false;
+    std::optional<QPromise<void>> m_settled; ///< Of whoever waits until nothing is under way.
+    QTimer m_patience;
 };
 
 } // namespace kelmo

@@ -46,6 +46,8 @@ Sharer::Sharer(Editor& editor, const SharePace& pace)
         if (state == Qt::ApplicationActive)
             becameActive();
     });
+    if (editor.take())
+        adoptTake(*editor.take());
     refreshAccount();
 }
 
@@ -95,6 +97,8 @@ bool Sharer::holds(const Take& take) const { return m_take && m_take->base == ta
 
 void Sharer::adoptTake(const Take& take)
 {
+    if (!holds(take))
+        m_rerun = false;
     m_take = take;
     std::optional<Record> record = loadRecord(take);
     // A folder that cannot be written to keeps no record; the upload still knows its own.

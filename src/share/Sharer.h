@@ -105,7 +105,8 @@ private:
     QCoro::Task<Result<QString>> share(bool waitForUpload, Caller caller);
     [[nodiscard]] std::optional<QString> linkAtHand(Caller caller);
     [[nodiscard]] bool uploadsOpenTake() const { return m_upload && holds(m_upload->take); }
-    [[nodiscard]] std::optional<Error> whyNotShared() const;
+    [[nodiscard]] std::optional<Error> whyNotShared(const std::optional<Take>& asked) const;
+    [[nodiscard]] static tl::unexpected<Error> anotherTakeOpened();
     [[nodiscard]] API api();
     QCoro::Task<void> updateInBackground();
     QCoro::Task<Result<Link>> requestLink(Take take, API api, double startedMs);

@@ -65,6 +65,8 @@ QCoro::Task<Result<QString>> Sharer::share(bool waitForUpload) { return share(wa
 QCoro::Task<Result<QString>> Sharer::share(bool waitForUpload, Caller caller)
 {
     const QPointer<Sharer> self(this);
+    // What is shared is what was open when the user said so, even if the answer of a slow keyring is late.
+    const std::optional<Take> asked = m_take;
     for (;;) {
         const std::optional<QString> atHand = waitForUpload ? std::nullopt : linkAtHand(caller);
         if (atHand)
@@ -85,7 +87,7 @@ QCoro::Task<Result<QString>> Sharer::share(bool waitForUpload, Caller caller)
     co_await refreshing;
     if (!self)
         co_return shareCancelled();
-    const std::optional<Error> refusal = whyNotShared();
+    const std::optional<Error> refusal = whyNotShared(asked);
     if (refusal)
         co_return tl::unexpected(*refusal);
     const double startedMs = MonotonicClock::nowMs();
@@ -126,7 +128,7 @@ std::optional<QString> Sharer::linkAtHand(Caller caller)
     return m_record->url;
 }
 
-std::optional<Error> Sharer::whyNotShared() const
+std::optional<Error> Sharer::whyNotShared(const std::optional<Take>& asked) const
 {
     if (!m_config || !credentials()) {
         return shareFailure(
@@ -134,9 +136,14 @@ std::optional<Error> Sharer::whyNotShared() const
             .value();
     }
     // A take whose media is not there yet could be given a link that never plays.
-    if (!m_take || !m_editor.built())
+    if (!asked || !m_take || !m_editor.built())
         return shareFailure(shareError, QStringLiteral("No take open")).value();
-    return std::nullopt;
+    return holds(*asked) ? std::nullopt : std::optional<Error>(anotherTakeOpened().value());
+}
+
+tl::unexpected<Error> Sharer::anotherTakeOpened()
+{
+    return shareFailure(shareError, QStringLiteral("Another take was opened before the export began"));
 }
 
 API Sharer::api()

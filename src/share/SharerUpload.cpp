@@ -9,7 +9,6 @@ namespace kelmo {
 namespace {
 
 constexpr int fullHeight = 1080;
-constexpr int shareError = 1;
 
 } // namespace
 
@@ -63,7 +62,7 @@ QCoro::Task<Result<void>> Sharer::perform(Upload upload, std::shared_ptr<ShareUp
     const QString signature = m_editor.cuts().signature();
     m_uploadedSignature = signature;
     assign(m_uploadingSignature, signature);
-    Result<void> uploaded = shareFailure(shareError, QStringLiteral("Another take was opened before the export began"));
+    Result<void> uploaded = anotherTakeOpened();
     if (holds(upload.take)) {
         QCoro::Task<Result<void>> running = work->run();
         uploaded = co_await running;
@@ -99,7 +98,7 @@ void Sharer::endUpload(const Upload& upload)
     assign(m_uploadingSignature, std::nullopt);
     assign(m_progress, std::nullopt);
     Q_EMIT changed();
-    if (std::exchange(m_rerun, false) && m_editor.cuts().signature() != m_uploadedSignature)
+    if (std::exchange(m_rerun, false) && holds(upload.take) && m_editor.cuts().signature() != m_uploadedSignature)
         share(false);
 }
 

@@ -134,7 +134,7 @@ bool ShareServer::Connection::serve(Request& request)
         return false;
     if (handling.fault != Fault::None && handling.fault != Fault::Slow && handling.fault != Fault::LoseReply
         && handling.fault != Fault::CutReply)
-        return spoil(request, handling);
+        return spoil(handling);
     if (request.method == "GET")
         return get(request);
     const ShareBook::Reply reply = carryOut(request, body, partFile);
@@ -149,7 +149,7 @@ bool ShareServer::Connection::serve(Request& request)
 }
 
 /// Whether the connection goes on afterwards.
-bool ShareServer::Connection::spoil(const Request&, const Handling& handling)
+bool ShareServer::Connection::spoil(const Handling& handling)
 {
     switch (handling.fault) {
     case Fault::Status:

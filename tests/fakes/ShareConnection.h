@@ -16,7 +16,7 @@ private:
     [[nodiscard]] bool readHead(Request& request);
     [[nodiscard]] bool readBody(const Request& request, const std::function<bool(const char*, qint64)>& take);
     [[nodiscard]] bool serve(Request& request);
-    [[nodiscard]] bool spoil(const Request& request, const Handling& handling);
+    [[nodiscard]] bool spoil(const Handling& handling);
     [[nodiscard]] ShareBook::Reply carryOut(const Request& request, const QByteArray& body, const QString& partFile);
     [[nodiscard]] bool answer(const ShareBook::Reply& reply);
     [[nodiscard]] bool sendFile(const QString& path, const QByteArray& type);

@@ -31,7 +31,7 @@ public:
     struct Handling {
         Fault fault = Fault::None;
         int status = 500;
-        QByteArray body;
+        QByteArray body = {};
         std::chrono::milliseconds delay{0};
     };
 

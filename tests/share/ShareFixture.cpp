@@ -93,6 +93,35 @@ bool ShareFixture::waitUntilIdle()
     return waitUntil([this] { return !m_sharer->isUploading() && !m_sharer->starting() && !m_sharer->phase(); });
 }
 
+void ShareFixture::slow(const QByteArray& inPath, int ms)
+{
+    m_server->setScript([inPath, ms](const ShareServer::Request& request) {
+        return request.path.contains(inPath)
+            ? ShareServer::Handling{ShareServer::Fault::Slow, 200, {}, std::chrono::milliseconds(ms)}
+            : ShareServer::Handling();
+    });
+}
+
+void ShareFixture::answer(const QByteArray& inPath, int status, const QByteArray& body)
+{
+    m_server->setScript([inPath, status, body](const ShareServer::Request& request) {
+        return request.path.contains(inPath) ? ShareServer::Handling{ShareServer::Fault::Status, status, body}
+                                             : ShareServer::Handling();
+    });
+}
+
+void ShareFixture::expectPlaysCurrentEdit(const QString& id)
+{
+    EXPECT_EQ(m_sharer->lastError(), std::nullopt);
+    ASSERT_TRUE(m_sharer->record());
+    EXPECT_EQ(m_sharer->record()->id, id);
+    EXPECT_EQ(m_sharer->record()->signature, signature());
+    EXPECT_TRUE(m_server->book().share(id)->plays);
+    EXPECT_NEAR(m_server->book().share(id)->durationMs, m_editor->timeline().durationMs, 1e-6);
+    EXPECT_EQ(video(id), newestExport());
+    EXPECT_EQ(m_server->book().violations(), QStringList());
+}
+
 void ShareFixture::edit()
 {
     ++m_edits;

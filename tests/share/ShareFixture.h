@@ -26,6 +26,13 @@ protected:
     /// Waits until nothing of a share is under way.
     [[nodiscard]] bool waitUntilIdle();
 
+    /// Every request whose path contains this takes a while, or is answered like this.
+    void slow(const QByteArray& inPath, int ms);
+    void answer(const QByteArray& inPath, int status, const QByteArray& body);
+
+    /// Fails the test unless the link plays what the editor shows, and says so.
+    void expectPlaysCurrentEdit(const QString& id = QStringLiteral("1"));
+
     /// One more edit, which no other has the signature of.
     void edit();
     [[nodiscard]] QString signature() const { return m_editor->cuts().signature(); }

@@ -1,0 +1,156 @@
+#include "share/API.h"
+
+#include "share/PartReader.h"
+#include "tests/fakes/ShareServer.h"
+
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace kelmo {
+
+namespace {
+
+using Fault = ShareServer::Fault;
+using Handling = ShareServer::Handling;
+
+QString text(const char* utf8) { return QString::fromUtf8(utf8); }
+
+class APITest : public testing::Test {
+protected:
+    APITest()
+    {
+        ShareServer::Options options;
+        options.folder = m_folder.filePath(text("server"));
+        m_server = std::make_unique<ShareServer>(options);
+    }
+
+    [[nodiscard]] API api(bool signedIn = false)
+    {
+        return {m_server->endpoint(), text("sesame-0123456789"), signedIn, &m_client};
+    }
+
+    [[nodiscard]] Result<QJsonObject> answered(const Handling& handling, bool signedIn = false)
+    {
+        m_server->setScript([handling](const ShareServer::Request&) { return handling; });
+        QCoro::Task<Result<QJsonObject>> posting = api(signedIn).post(text("/api/shares"), {{text("a"), 1}});
+        return QCoro::waitFor(posting);
+    }
+
+    QTemporaryDir m_folder;
+    std::unique_ptr<ShareServer> m_server;
+    HttpClient m_client{std::chrono::seconds(10)};
+};
+
+} // namespace
+
+TEST_F(APITest, sendTurnsRepliesIntoObjectsAndNeverFailsOnASuccessfulBody)
+{
+    EXPECT_EQ(
+        answered({Fault::Status, 200, R"({"id":"1","n":2})"}), (QJsonObject{{text("id"), text("1")}, {text("n"), 2}}));
+    for (const QByteArray& body : {QByteArray(), QByteArray("[1]"), QByteArray("<html>"), QByteArray(300'000, 'x')})
+        EXPECT_EQ(answered({Fault::Status, 201, body}), QJsonObject()) << body.left(20).constData();
+    EXPECT_EQ(answered({Fault::Status, 204, ""}), QJsonObject());
+    const ShareServer::Request last = m_server->requests().back();
+    EXPECT_EQ(last.authorization, "Bearer sesame-0123456789");
+    EXPECT_EQ(last.contentType, "application/json");
+}
+
+TEST_F(APITest, sendOtherStatusesBecomeTheServersWords)
+{
+    const QByteArray page = "<html>" + QByteArray(10'000, 'e');
+    const struct {
+        Handling handling;
+        bool signedIn;
+        QString message;
+    } cases[] = {
+        {{Fault::Status, 500, page}, false, text("Share server error 500: ") % QString::fromUtf8(page.left(160))},
+        {{Fault::Status, 404, R"({"message":"Gone"})"}, false, text("Gone")},
+        {{Fault::Status, 400, R"({"message":7})"}, false, text("Share server error 400: {\"message\":7}")},
+        {{Fault::Status, 503, "\xff\xfe!"}, false, text("Share server error 503: \uFFFD\uFFFD!")},
+        {{Fault::Status, 401, R"({"message":"no"})"}, false,
+            text("The share server rejected the token — check Settings.")},
+        {{Fault::Status, 401, R"({"message":"no"})"}, true,
+            text("Your sign-in has expired — choose Sign In… from the Vorlix menu bar icon.")},
+        {{Fault::Status, 307, ""}, false, text("Share server error 307: ")},
+    };
+    for (const auto& each : cases) {
+        const Result<QJsonObject> failed = answered(each.handling, each.signedIn);
+        ASSERT_FALSE(failed);
+        EXPECT_EQ(failed.error(), (Error{text("Share"), each.handling.status, each.message}));
+    }
+}
+
+TEST_F(APITest, sendBrokenConnectionsFailOnceAndAreNotAnswers)
+{
+    for (const Fault fault : {Fault::Drop, Fault::DropInside, Fault::Garbage, Fault::CutReply, Fault::LoseReply}) {
+        const size_t before = m_server->requests().size();
+        const Result<QJsonObject> failed = answered({fault});
+        ASSERT_FALSE(failed) << int(fault);
+        EXPECT_EQ(failed.error().domain, text("Network")) << int(fault);
+        EXPECT_TRUE(failed.error().description.startsWith(text("Can’t reach the share server: ")));
+        EXPECT_EQ(m_server->requests().size(), before + 1);
+    }
+}
+
+TEST_F(APITest, requestThatIsNoAddressIsNotSent)
+{
+    for (const char* endpoint : {"", "s.example", "ftp://s.example", "http://", "http://a b", "file:///etc"}) {
+        API api = this->api();
+        api.endpoint = text(endpoint);
+        QCoro::Task<Result<QJsonObject>> posting = api.post(text("/api/shares"), {});
+        const Result<QJsonObject> failed = QCoro::waitFor(posting);
+        ASSERT_FALSE(failed) << endpoint;
+        EXPECT_EQ(failed.error(),
+            (Error{text("Share"), 0, QString(text("The share server’s address is not valid: ") % text(endpoint))}));
+    }
+    EXPECT_EQ(m_server->requests().size(), 0U);
+}
+
+TEST_F(APITest, abortEndsWhatIsUnderWayAndWhatComesAfter)
+{
+    m_server->setScript([](const ShareServer::Request&) { return Handling{Fault::Silent}; });
+    QCoro::Task<Result<QJsonObject>> pending = api().post(text("/api/shares"), {});
+    m_client.abort();
+    const Result<QJsonObject> cancelled = QCoro::waitFor(pending);
+    ASSERT_FALSE(cancelled);
+    EXPECT_EQ(cancelled.error(), shareCancelled().value());
+    QCoro::Task<Result<QJsonObject>> later = api().putPart(text("1"), 1, "x", {});
+    EXPECT_EQ(QCoro::waitFor(later), cancelled);
+}
+
+TEST(PartReader, partCutsTheFileIntoNumberedParts)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(text("movie.mp4"));
+    const auto reader = [&](const QByteArray& bytes, qint64 partSize) {
+        QFile file(path);
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(bytes);
+        file.close();
+        return PartReader::open(path, partSize).value();
+    };
+    const auto three = reader("abcdefgh", 3);
+    EXPECT_EQ(three->count(), 3);
+    EXPECT_EQ(three->part(3), QByteArray("gh"));
+    EXPECT_EQ(three->part(1), QByteArray("abc"));
+    EXPECT_EQ(three->part(2), QByteArray("def"));
+    EXPECT_EQ(three->part(4), QByteArray());
+    EXPECT_EQ(reader("abcdef", 3)->count(), 2);
+    EXPECT_EQ(reader("", 3)->count(), 1);
+    EXPECT_EQ(reader("", 3)->part(1), QByteArray());
+    EXPECT_EQ(reader("abc", std::numeric_limits<qint64>::max())->part(1), QByteArray("abc"));
+    const auto oneMore = reader(QByteArray(16'777'217, 'x'), API::usualPartSize);
+    EXPECT_EQ(oneMore->count(), 2);
+    EXPECT_EQ(oneMore->part(2), QByteArray("x"));
+
+    // A file that shrinks meanwhile is no silent loss.
+    QFile::resize(path, 100);
+    EXPECT_FALSE(oneMore->part(1));
+    QFile::remove(path);
+    const auto missing = PartReader::open(path, 3);
+    ASSERT_FALSE(missing);
+    EXPECT_TRUE(missing.error().description.startsWith(text("Can’t read movie.mp4: ")));
+}
+
+} // namespace kelmo
