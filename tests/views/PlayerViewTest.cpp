@@ -8,7 +8,10 @@
 #include "tests/support/TemporaryHome.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QProcess>
+#include <QScreen>
+#include <QStandardPaths>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -36,8 +39,29 @@ protected:
         ASSERT_TRUE(QTest::qWaitFor([this] { return m_editor.built() != nullptr; }));
     }
 
-    /// What the view has on its pixels, and where the picture lies in it.
-    [[nodiscard]] static QImage pixelsOf(PlayerView& view) { return view.grab().toImage(); }
+    /// What is on the view's pixels: those of the screen where there is one that can be looked at.
+    [[nodiscard]] static QImage pixelsOf(PlayerView& view)
+    {
+        if (QGuiApplication::platformName() != QStringLiteral("xcb"))
+            return view.grab().toImage();
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(&view));
+        QTest::qWait(200); // Until the server has drawn it.
+        return view.screen()->grabWindow(view.winId()).toImage();
+    }
+
+    /// Runs the test of what is shown again at these scales, on another platform.
+    static void lookAtScales(QProcessEnvironment environment)
+    {
+        for (const char* scale : {"1", "1.25", "1.5", "2"}) {
+            QProcess child;
+            environment.insert(QStringLiteral("QT_SCALE_FACTOR"), QString::fromLatin1(scale));
+            child.setProcessEnvironment(environment);
+            child.start(QCoreApplication::applicationFilePath(),
+                {QStringLiteral("--gtest_filter=PlayerViewTest.shownPicture*")});
+            ASSERT_TRUE(child.waitForFinished(60'000));
+            EXPECT_EQ(child.exitCode(), 0) << scale << child.readAllStandardOutput().constData();
+        }
+    }
 
     QTemporaryDir m_folder;
     TemporaryHome m_home;
@@ -121,16 +145,45 @@ TEST_F(PlayerViewTest, exportedPictureIsTheGrabbedOneButForTheCodec)
 
 TEST_F(PlayerViewTest, everyScaleOfTheScreenShowsPixelForPixel)
 {
-    for (const char* scale : {"1.25", "1.5", "2"}) {
-        QProcess child;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("QT_SCALE_FACTOR"), QString::fromLatin1(scale));
-        child.setProcessEnvironment(environment);
-        child.start(
-            QCoreApplication::applicationFilePath(), {QStringLiteral("--gtest_filter=PlayerViewTest.shownPicture*")});
-        ASSERT_TRUE(child.waitForFinished(60'000));
-        EXPECT_EQ(child.exitCode(), 0) << scale << child.readAllStandardOutput().constData();
-    }
+    lookAtScales(QProcessEnvironment::systemEnvironment());
+}
+
+TEST_F(PlayerViewTest, everyScaleOfAnXServerShowsPixelForPixel)
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("Xvfb")).isEmpty())
+        GTEST_SKIP() << "Xvfb is not installed";
+    QProcess server; // It chooses a display and tells which.
+    server.start(QStringLiteral("Xvfb"),
+        {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"), QStringLiteral("0"),
+            QStringLiteral("1280x1024x24"), QStringLiteral("-nolisten"), QStringLiteral("tcp")});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return server.canReadLine(); }, 20'000));
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DISPLAY"), QStringLiteral(":") + QString::fromUtf8(server.readLine().trimmed()));
+    environment.insert(QStringLiteral("KELMO_TEST_PLATFORM"), QStringLiteral("xcb"));
+    lookAtScales(environment);
+    server.terminate();
+    server.waitForFinished(5000);
+}
+
+TEST_F(PlayerViewTest, everyScaleOfAWaylandServerShowsPixelForPixel)
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("weston")).isEmpty())
+        GTEST_SKIP() << "weston is not installed";
+    const QTemporaryDir folder;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), folder.path());
+    environment.insert(QStringLiteral("WAYLAND_DISPLAY"), QStringLiteral("kelmo-test"));
+    QProcess server;
+    server.setProcessEnvironment(environment);
+    server.start(QStringLiteral("weston"),
+        {QStringLiteral("--backend=headless-backend.so"), QStringLiteral("--socket=kelmo-test"),
+            QStringLiteral("--width=1280"), QStringLiteral("--height=1024"), QStringLiteral("--idle-time=0")});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QFile::exists(folder.filePath(QStringLiteral("kelmo-test"))); }, 20'000))
+        << server.readAllStandardError().constData();
+    environment.insert(QStringLiteral("KELMO_TEST_PLATFORM"), QStringLiteral("wayland"));
+    lookAtScales(environment);
+    server.terminate();
+    server.waitForFinished(5000);
 }
 
 TEST_F(PlayerViewTest, hiddenNothingIsMadeAndTheLastPictureStaysAcrossAnOpen)
