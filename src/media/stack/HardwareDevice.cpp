@@ -6,14 +6,20 @@ extern "C" {
 #include <libavutil/hwcontext.h>
 }
 
+#include <QFileInfo>
+
 #include <array>
 
 namespace kelmo {
 
 namespace {
 
+struct Kind {
+    AVHWDeviceType type;
+    const char* node; ///< Without it the machine has no such device, and the driver need not complain about that.
+};
 /// In the order in which they are tried: the first is what most machines have.
-constexpr std::array kinds{AV_HWDEVICE_TYPE_VAAPI, AV_HWDEVICE_TYPE_CUDA};
+constexpr std::array kinds{Kind{AV_HWDEVICE_TYPE_VAAPI, "/dev/dri"}, Kind{AV_HWDEVICE_TYPE_CUDA, "/dev/nvidia0"}};
 
 bool decodesWith(const AVCodec* codec, AVHWDeviceType kind)
 {
@@ -54,10 +60,11 @@ private:
 std::shared_ptr<const HardwareDevice> HardwareDevice::openFor(const Track& track)
 {
     const AVCodec* codec = avcodec_find_decoder(track.parameters->codec_id);
-    for (const AVHWDeviceType kind : kinds) {
+    for (const auto& [type, node] : kinds) {
         AVBufferRef* context = nullptr;
-        if (codec && decodesWith(codec, kind) && av_hwdevice_ctx_create(&context, kind, nullptr, nullptr, 0) == 0)
-            return std::make_shared<AvDevice>(kind, context);
+        if (codec && QFileInfo::exists(QString::fromLatin1(node)) && decodesWith(codec, type)
+            && av_hwdevice_ctx_create(&context, type, nullptr, nullptr, 0) == 0)
+            return std::make_shared<AvDevice>(type, context);
     }
     return nullptr;
 }

@@ -101,24 +101,34 @@ TEST_F(SoundServerTest, pictureAndPositionAreWhereTheSoundIs)
     ASSERT_TRUE(m_server.startRecording());
     m_player->play(1);
     ASSERT_TRUE(waitUntil([&] { return m_player->position().ms() > 700; }));
-    const SoundCode code(1);
-    std::vector<double> clockAhead;
-    std::vector<double> pictureAhead;
+    struct Look {
+        double position;
+        double picture;
+        size_t heard; ///< Samples of both channels.
+    };
+    std::vector<Look> looks;
     for (int i = 0; i < 60; ++i) {
         wait(30 + i % 7);
-        (void)m_server.heardSoFar(); // The newest that the recorder has.
         const double position = m_player->position().ms();
         const double picture = m_player->pictureTime().ms();
-        const std::vector<float>& heard = m_server.heardSoFar();
-        ASSERT_GT(heard.size(), 2u * 8192);
+        looks.push_back({position, picture, m_server.heardSoFar().size()});
+    }
+    m_player->pause();
+
+    const SoundCode code(1);
+    const std::vector<float>& heard = m_server.heardSoFar();
+    std::vector<double> clockAhead;
+    std::vector<double> pictureAhead;
+    for (const Look& look : looks) {
+        ASSERT_GT(look.heard, 2u * 4096);
         std::vector<float> window;
-        for (size_t k = heard.size() - 2 * 4096; k < heard.size(); k += 2)
+        for (size_t k = look.heard - size_t(2) * 4096; k < look.heard; k += 2)
             window.push_back(heard[k]);
         const std::optional<double> begin = code.findPosition(window, 48'000, 0, 48'000 * 10);
         ASSERT_TRUE(begin);
         const double end = (*begin + 4096) / 48;
-        clockAhead.push_back(position - end);
-        pictureAhead.push_back(picture + frameMs / 2 - end);
+        clockAhead.push_back(look.position - end);
+        pictureAhead.push_back(look.picture + frameMs / 2 - end);
     }
     // A single look is blurred by the portions in which sound is recorded; their middle is not.
     const auto middle = [](std::vector<double> values) {
