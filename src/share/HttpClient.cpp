@@ -1,6 +1,5 @@
 #include "share/HttpClient.h"
 
-#include <QBuffer>
 #include <QNetworkReply>
 #include <QPromise>
 #include <QTimer>
