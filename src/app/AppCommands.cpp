@@ -1,16 +1,43 @@
 #include "app/AppDelegate.h"
 #include "app/Responders.h"
 #include "views/OpenPanel.h"
+#include "views/SettingsView.h"
 
 #include <QApplication>
+#include <QScreen>
+#include <QVBoxLayout>
 
 namespace kelmo {
+
+void AppDelegate::showSettings()
+{
+    if (!m_settingsWindow) {
+        m_settingsWindow = std::make_unique<QWidget>();
+        m_settingsWindow->setWindowTitle(QStringLiteral("Vorlix Settings"));
+        auto* layout = new QVBoxLayout(m_settingsWindow.get());
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->setSizeConstraint(QLayout::SetFixedSize);
+        auto* view = new SettingsView(*m_sharer, m_settingsWindow.get());
+        layout->addWidget(view);
+        view->setFocus();
+        m_menu->addKeysTo(*m_settingsWindow);
+        m_settingsWindow->adjustSize();
+        QRect frame = m_settingsWindow->frameGeometry();
+        frame.moveCenter(m_settingsWindow->screen()->availableGeometry().center());
+        m_settingsWindow->move(frame.topLeft());
+    }
+    m_settingsWindow->show();
+    m_settingsWindow->raise();
+    m_settingsWindow->activateWindow();
+}
 
 void AppDelegate::openTake() { OpenPanel::show(*m_editor, m_window.get()); }
 
 void AppDelegate::openNewest() { m_editor->openNewest(); }
 
 void AppDelegate::exportVideo() { m_editor->exportFromUI(); }
+
+void AppDelegate::share() { m_sharer->share(false); }
 
 void AppDelegate::closeWindow()
 {

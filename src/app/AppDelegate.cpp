@@ -1,5 +1,6 @@
 #include "app/AppDelegate.h"
 
+#include "diagnostics/SelfTest.h"
 #include "platform/MonotonicClock.h"
 #include "telemetry/Log.h"
 #include "views/HeaderBar.h"
@@ -40,13 +41,19 @@ void AppDelegate::applicationDidFinishLaunching()
     Log::line(u"timing",
         QStringLiteral("launch → window up: ") % QString::number(MonotonicClock::nowMs() - m_launchMs, 'f', 0)
             % QStringLiteral(" ms"));
+    if (m_window && m_commandLine.selfTestUI)
+        selfTestUI();
+    if (m_window && m_commandLine.selfTestSplit)
+        selfTestSplit();
+    else if (m_window && m_commandLine.selfTestTrim)
+        selfTestTrim();
 }
 
 void AppDelegate::buildWindow()
 {
     m_menu = std::make_unique<MainMenu>(*this);
     m_window = std::make_unique<EditorWindow>();
-    auto* root = new RootView(*m_editor, m_window.get());
+    auto* root = new RootView(*m_editor, *m_sharer, m_agent, m_window.get());
     root->header().setMainMenu(m_menu->menu());
     m_window->setContent(root);
     m_menu->addKeysTo(*m_window);
@@ -59,6 +66,27 @@ void AppDelegate::buildWindow()
     for (const auto changed : {&Editor::takeChanged, &Editor::timelineChanged, &Editor::cutsChanged})
         connect(m_editor.get(), changed, m_menu.get(), &MainMenu::validate);
     m_menu->validate();
+}
+
+QCoro::Task<void> AppDelegate::selfTestUI()
+{
+    SelfTest test(*m_editor, *m_window);
+    QCoro::Task<void> run = test.ui();
+    co_await run;
+}
+
+QCoro::Task<void> AppDelegate::selfTestSplit()
+{
+    SelfTest test(*m_editor, *m_window);
+    QCoro::Task<void> run = test.split();
+    co_await run;
+}
+
+QCoro::Task<void> AppDelegate::selfTestTrim()
+{
+    SelfTest test(*m_editor, *m_window);
+    QCoro::Task<void> run = test.trim();
+    co_await run;
 }
 
 void AppDelegate::reveal()

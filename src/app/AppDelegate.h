@@ -1,5 +1,6 @@
 #pragma once
 
+#include "agent/ClaudeAgent.h"
 #include "agent/MCPServer.h"
 #include "app/CommandLine.h"
 #include "app/EditorWindow.h"
@@ -34,9 +35,11 @@ public:
     void reveal(); ///< Brings the window forward.
 
     // The menu's commands.
+    void showSettings();
     void openTake();
     void openNewest();
     void exportVideo();
+    void share();
     void closeWindow();
     void undo();
     void redo();
@@ -53,11 +56,15 @@ public:
     [[nodiscard]] bool canClearTrim() const;
 
     [[nodiscard]] Editor& editor() { return *m_editor; }
+    [[nodiscard]] Sharer& sharer() { return *m_sharer; }
     [[nodiscard]] EditorWindow* window() { return m_window.get(); } ///< Null without a display.
     [[nodiscard]] MCPServer& server() { return *m_mcp; }
 
 private:
     void buildWindow();
+    QCoro::Task<void> selfTestUI();
+    QCoro::Task<void> selfTestSplit();
+    QCoro::Task<void> selfTestTrim();
     void windowWillClose();
 
     const CommandLine m_commandLine;
@@ -66,8 +73,10 @@ private:
     std::unique_ptr<Editor> m_editor;
     CrashReports m_crashReports;
     std::unique_ptr<Sharer> m_sharer;
+    ClaudeAgent m_agent;
     std::unique_ptr<MainMenu> m_menu;
     std::unique_ptr<EditorWindow> m_window;
+    std::unique_ptr<QWidget> m_settingsWindow; ///< From its first use on.
     std::unique_ptr<KeyMonitor> m_keyMonitor;
     std::unique_ptr<MCPServer> m_mcp; ///< After the editor and the sharer, which it uses.
 };

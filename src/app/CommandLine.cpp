@@ -26,6 +26,9 @@ CommandLine CommandLine::parse(const QStringList& arguments, const QProcessEnvir
     CommandLine line;
     line.background = arguments.contains(QStringLiteral("--background"));
     line.muted = arguments.contains(QStringLiteral("--muted"));
+    line.selfTestUI = arguments.contains(QStringLiteral("--selftest-ui"));
+    line.selfTestSplit = arguments.contains(QStringLiteral("--selftest-split"));
+    line.selfTestTrim = arguments.contains(QStringLiteral("--selftest-trim"));
     line.help = arguments.contains(QStringLiteral("--help"));
     line.version = arguments.contains(QStringLiteral("--version"));
     line.take = arg(arguments, QStringLiteral("--take"));
@@ -64,6 +67,8 @@ QString CommandLine::helpText()
         "  --bench-play PATH, --bench-preview PATH\n"
         "                  measure playing, or preview pictures, on a take; print JSON and exit\n"
         "                  (--prewarm, --preroll, --swap-at MS, --native)\n"
+        "  --selftest-ui, --selftest-split, --selftest-trim\n"
+        "                  drive the window as a user would and log what comes of it\n"
         "  --version       print the version\n"
         "  --help          print this\n");
 }

@@ -54,8 +54,9 @@ void EditorWindow::restoreFrame()
     const QSettings settings(settingsFile(), QSettings::IniFormat);
     if (restoreGeometry(settings.value(frameKey()).toByteArray()))
         return;
-    QRect frame(QPoint(), firstSize);
-    frame.moveCenter(screen()->availableGeometry().center());
+    const QRect room = screen()->availableGeometry();
+    QRect frame(QPoint(), firstSize.boundedTo(room.size()).expandedTo(leastSize));
+    frame.moveCenter(room.center());
     setGeometry(frame);
 }
 

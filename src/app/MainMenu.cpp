@@ -25,26 +25,30 @@ struct MainMenu::Row {
 const std::vector<MainMenu::Row>& MainMenu::rows()
 {
     using App = AppDelegate;
+    using namespace Qt::StringLiterals;
     static const std::vector<Row> rows{
-        {Place::File, tr("Open…"), Qt::CTRL | Qt::Key_O, &App::openTake},
-        {Place::File, tr("Open Newest Take"), Qt::CTRL | Qt::SHIFT | Qt::Key_O, &App::openNewest},
+        {Place::File, u"Open…"_s, Qt::CTRL | Qt::Key_O, &App::openTake},
+        {Place::File, u"Open Newest Take"_s, Qt::CTRL | Qt::SHIFT | Qt::Key_O, &App::openNewest},
         {Place::File, {}, {}},
-        {Place::File, tr("Export"), Qt::CTRL | Qt::Key_E, &App::exportVideo},
-        {Place::File, tr("Close Window"), Qt::CTRL | Qt::Key_W, &App::closeWindow},
-        {Place::Edit, tr("Undo"), Qt::CTRL | Qt::Key_Z, &App::undo, nullptr, Keys::FieldFirst},
-        {Place::Edit, tr("Redo"), Qt::CTRL | Qt::SHIFT | Qt::Key_Z, &App::redo, nullptr, Keys::FieldFirst},
+        {Place::File, u"Export"_s, Qt::CTRL | Qt::Key_E, &App::exportVideo},
+        {Place::File, u"Share / Update Link"_s, Qt::CTRL | Qt::SHIFT | Qt::Key_S, &App::share},
+        {Place::File, u"Close Window"_s, Qt::CTRL | Qt::Key_W, &App::closeWindow},
+        {Place::Edit, u"Undo"_s, Qt::CTRL | Qt::Key_Z, &App::undo, nullptr, Keys::FieldFirst},
+        {Place::Edit, u"Redo"_s, Qt::CTRL | Qt::SHIFT | Qt::Key_Z, &App::redo, nullptr, Keys::FieldFirst},
         {Place::Edit, {}, {}},
-        {Place::Edit, tr("Copy"), Qt::CTRL | Qt::Key_C, &App::copy, nullptr, Keys::FieldFirst},
-        {Place::Edit, tr("Select All"), Qt::CTRL | Qt::Key_A, &App::selectAll, nullptr, Keys::FieldFirst},
+        {Place::Edit, u"Copy"_s, Qt::CTRL | Qt::Key_C, &App::copy, nullptr, Keys::FieldFirst},
+        {Place::Edit, u"Select All"_s, Qt::CTRL | Qt::Key_A, &App::selectAll, nullptr, Keys::FieldFirst},
         {Place::Edit, {}, {}},
-        {Place::Edit, tr("Cut Fillers"), {}, &App::cutFillers},
-        {Place::Edit, tr("Tighten Pauses"), {}, &App::tighten},
+        {Place::Edit, u"Cut Fillers"_s, {}, &App::cutFillers},
+        {Place::Edit, u"Tighten Pauses"_s, {}, &App::tighten},
         {Place::Edit, {}, {}},
-        {Place::Edit, tr("Trim Start to Playhead"), Qt::ALT | Qt::Key_BracketLeft, &App::trimStart, &App::canTrim},
-        {Place::Edit, tr("Trim End to Playhead"), Qt::ALT | Qt::Key_BracketRight, &App::trimEnd, &App::canTrim},
-        {Place::Edit, tr("Split at Playhead"), Qt::CTRL | Qt::Key_B, &App::splitAtPlayhead},
-        {Place::Edit, tr("Clear Trim"), Qt::ALT | Qt::Key_Backslash, &App::clearTrim, &App::canClearTrim},
-        {Place::Top, tr("Quit Vorlix"), Qt::CTRL | Qt::Key_Q, &App::quit},
+        {Place::Edit, u"Trim Start to Playhead"_s, Qt::ALT | Qt::Key_BracketLeft, &App::trimStart, &App::canTrim},
+        {Place::Edit, u"Trim End to Playhead"_s, Qt::ALT | Qt::Key_BracketRight, &App::trimEnd, &App::canTrim},
+        {Place::Edit, u"Split at Playhead"_s, Qt::CTRL | Qt::Key_B, &App::splitAtPlayhead},
+        {Place::Edit, u"Clear Trim"_s, Qt::ALT | Qt::Key_Backslash, &App::clearTrim, &App::canClearTrim},
+        {Place::Top, u"Settings…"_s, Qt::CTRL | Qt::Key_Comma, &App::showSettings},
+        {Place::Top, {}, {}},
+        {Place::Top, u"Quit Vorlix"_s, Qt::CTRL | Qt::Key_Q, &App::quit},
     };
     return rows;
 }

@@ -57,7 +57,7 @@ int edit(const kelmo::CommandLine& commandLine, double launchMs)
     AppDelegate delegate(
         commandLine, launchMs, hasDisplay ? AppDelegate::Display::Present : AppDelegate::Display::None);
     SingleInstance instance(commandLine.port,
-        commandLine.background ? SingleInstance::IfRunning::RunBeside : SingleInstance::IfRunning::HandOver);
+        commandLine.runsBeside() ? SingleInstance::IfRunning::RunBeside : SingleInstance::IfRunning::HandOver);
     QObject::connect(&instance, &SingleInstance::isFirst, &delegate, &AppDelegate::applicationDidFinishLaunching);
     QObject::connect(&instance, &SingleInstance::reopened, &delegate, &AppDelegate::applicationShouldHandleReopen);
     QObject::connect(&instance, &SingleInstance::handedOver, qApp, &QCoreApplication::quit, Qt::QueuedConnection);

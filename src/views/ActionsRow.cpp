@@ -14,8 +14,6 @@ namespace kelmo {
 
 namespace {
 
-constexpr int lineGap = 4;
-
 QString percentText(double progress) { return QString::number(int(progress * 100)) % QStringLiteral("%"); }
 
 } // namespace
@@ -41,7 +39,7 @@ ActionsRow::ActionsRow(Editor& editor, QWidget* parent)
 
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(lineGap);
+    column->setSpacing(lineHeight - ProgressLine::thickness);
     column->addWidget(m_line);
     column->addLayout(m_row);
     m_row->setSpacing(Theme::betweenButtons);

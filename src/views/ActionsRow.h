@@ -21,6 +21,9 @@ class ActionsRow : public QWidget {
     Q_OBJECT
 
 public:
+    /// What the progress line takes above the buttons, shown or not; logical pixels.
+    static constexpr int lineHeight = 6;
+
     ActionsRow(Editor& editor, QWidget* parent);
 
     /// Puts the prompt to the left of the buttons, where it takes the room that they leave.

@@ -62,7 +62,7 @@ void Button::setBadge(const QString& badge)
 
 void Button::opens(StyledMenu& menu)
 {
-    connect(this, &QAbstractButton::pressed, &menu, [this, &menu] { menu.openBelow(*this); });
+    connect(this, &QAbstractButton::pressed, &menu, [this, &menu] { menu.openAt(*this); });
     connect(&menu, &QMenu::aboutToHide, this, [this] { setDown(false); });
 }
 

@@ -17,6 +17,7 @@ namespace {
 
 constexpr int symbolSize = 36;
 constexpr int sideMargin = 24;
+constexpr int belowCard = 8;
 
 /// The recordings folder, as short as a person would write it.
 QString recordingsFolder()
@@ -70,7 +71,8 @@ void EmptyPlayer::paintEvent(QPaintEvent*)
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(QPen(Theme::line, 1, Qt::DashLine));
     painter.setBrush(Theme::surface1);
-    painter.drawRoundedRect(QRectF(rect()).adjusted(Theme::windowEdge + 0.5, 0.5, -Theme::windowEdge - 0.5, -0.5),
+    painter.drawRoundedRect(
+        QRectF(rect()).adjusted(Theme::windowEdge + 0.5, 0.5, -Theme::windowEdge - 0.5, -belowCard - 0.5),
         Theme::cardRadius, Theme::cardRadius);
 }
 

@@ -9,6 +9,7 @@
 #include "views/Theme.h"
 
 #include <QHBoxLayout>
+#include <QShortcut>
 
 namespace kelmo {
 
@@ -23,7 +24,9 @@ constexpr int leftEdge = 4;
 HeaderBar::HeaderBar(Editor& editor, QWidget* parent)
     : QWidget(parent)
     , m_editor(editor)
+    , m_take(new TakeMenu(editor, this))
     , m_summary(new TabularLabel(Theme::normalFont(), this))
+    , m_status(new StatusLine(editor, this))
     , m_menu(new Button(Button::Kind::Plain, Button::Height::Small, QString(), this))
 {
     setFixedHeight(barHeight);
@@ -36,9 +39,9 @@ HeaderBar::HeaderBar(Editor& editor, QWidget* parent)
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(leftEdge, 0, Theme::windowEdge - 4, 0);
     layout->setSpacing(Theme::betweenButtons);
-    layout->addWidget(new TakeMenu(editor, this));
+    layout->addWidget(m_take);
     layout->addWidget(m_summary);
-    layout->addWidget(new StatusLine(editor, this), 1);
+    layout->addWidget(m_status, 1);
     layout->addWidget(m_menu);
 
     connect(&editor, &Editor::takeChanged, this, &HeaderBar::showSummary);
@@ -50,9 +53,8 @@ void HeaderBar::setMainMenu(StyledMenu& menu)
 {
     m_menu->opens(menu);
     m_menu->show();
+    connect(new QShortcut(Qt::Key_F10, this), &QShortcut::activated, &menu, [this, &menu] { menu.openAt(*m_menu); });
 }
-
-void HeaderBar::openMainMenu() { m_menu->click(); }
 
 QString HeaderBar::summary() const { return m_summary->text(); }
 

@@ -1,12 +1,16 @@
 #include "views/RootView.h"
 
 #include "views/ActionsRow.h"
+#include "views/AskClaudeBox.h"
 #include "views/ControlRow.h"
 #include "views/EmptyPlayer.h"
 #include "views/FocusRing.h"
 #include "views/HeaderBar.h"
+#include "views/LinkBar.h"
 #include "views/PlayerView.h"
 #include "views/Theme.h"
+#include "views/TimelineBar.h"
+#include "views/TranscriptView.h"
 
 #include <QDragEnterEvent>
 #include <QKeyEvent>
@@ -20,12 +24,13 @@ namespace {
 
 /// How the picture and what lies below it share the height, whatever comes and goes in either.
 constexpr int playerShare = 300;
-constexpr int lowerShare = 412;
+constexpr int lowerShare = 368;
 constexpr int rowGap = 10;
 constexpr int belowPlayer = 4;
-
-constexpr double stepMs = 1000.0 / 30;
-constexpr double jumpMs = 5000;
+/// Beside the room that the bar keeps for its playhead.
+constexpr int aroundTimeline = 5;
+constexpr int aboveLink = 8;
+constexpr int leastTranscript = 84;
 
 /// The first local file among what is dragged.
 QString fileIn(const QMimeData& data)
@@ -39,9 +44,10 @@ QString fileIn(const QMimeData& data)
 
 } // namespace
 
-RootView::RootView(Editor& editor, QWidget* parent)
+RootView::RootView(Editor& editor, Sharer& sharer, ClaudeAgent& agent, QWidget* parent)
     : QWidget(parent)
     , m_editor(editor)
+    , m_sharer(sharer)
     , m_header(new HeaderBar(editor, this))
 {
     setAcceptDrops(true);
@@ -51,7 +57,7 @@ RootView::RootView(Editor& editor, QWidget* parent)
     column->setSpacing(0);
     column->addWidget(m_header);
     addPlayer(*column);
-    addLowerPart(*column);
+    addLowerPart(*column, agent);
     new FocusRing(this);
 }
 
@@ -71,16 +77,30 @@ void RootView::addPlayer(QVBoxLayout& column)
     choose();
 }
 
-void RootView::addLowerPart(QVBoxLayout& column)
+void RootView::addLowerPart(QVBoxLayout& column, ClaudeAgent& agent)
 {
     auto* lower = new QWidget(this);
     auto* rows = new QVBoxLayout(lower);
-    rows->setContentsMargins(Theme::windowEdge, belowPlayer, Theme::windowEdge, rowGap);
-    rows->setSpacing(rowGap);
+    rows->setContentsMargins(Theme::windowEdge, belowPlayer, Theme::windowEdge, aboveLink);
+    rows->setSpacing(0);
     rows->addWidget(new ControlRow(m_editor, lower));
-    rows->addStretch(1);
-    rows->addWidget(new ActionsRow(m_editor, lower));
+    rows->addSpacing(aroundTimeline);
+    rows->addWidget(new TimelineBar(m_editor, lower));
+    rows->addSpacing(aroundTimeline);
+    m_transcript = new TranscriptView(m_editor, lower);
+    m_transcript->setMinimumHeight(leastTranscript);
+    rows->addWidget(m_transcript, 1);
+    rows->addSpacing(rowGap - ActionsRow::lineHeight);
+    // In the order in which Tab goes through them.
+    auto* prompt = new AskClaudeBox(agent, lower);
+    auto* actions = new ActionsRow(m_editor, lower);
+    actions->setPrompt(prompt);
+    rows->addWidget(actions);
+    const auto enablePrompt = [this, prompt] { prompt->setEnabled(m_editor.take().has_value()); };
+    connect(&m_editor, &Editor::takeChanged, prompt, enablePrompt);
+    enablePrompt();
     column.addWidget(lower, lowerShare);
+    column.addWidget(new LinkBar(m_sharer, m_editor, this));
 }
 
 QString RootView::summary() const { return m_header->summary(); }
@@ -97,37 +117,18 @@ void RootView::dropEvent(QDropEvent* event)
     m_editor.open(fileIn(*event->mimeData()));
 }
 
-/// Keys that no control with the focus wanted for itself.
+/// A click beside the controls goes back to the words, and so does a window that comes up.
+void RootView::focusInEvent(QFocusEvent*) { m_transcript->textView().setFocus(); }
+
+/// Space plays wherever the focus is, unless a control wants it for itself.
 void RootView::keyPressEvent(QKeyEvent* event)
 {
-    const bool shifted = event->modifiers() & Qt::ShiftModifier;
-    if (event->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier)) {
+    if (event->key() != Qt::Key_Space || event->modifiers() != Qt::NoModifier) {
         QWidget::keyPressEvent(event);
         return;
     }
-    switch (event->key()) {
-    case Qt::Key_Space:
-        if (!event->isAutoRepeat())
-            m_editor.togglePlay();
-        return;
-    case Qt::Key_Left:
-        return moveBy(shifted ? -jumpMs : -stepMs);
-    case Qt::Key_Right:
-        return moveBy(shifted ? jumpMs : stepMs);
-    case Qt::Key_Home:
-        return moveBy(-m_editor.timeline().durationMs);
-    case Qt::Key_End:
-        return moveBy(m_editor.timeline().durationMs);
-    default:
-        QWidget::keyPressEvent(event);
-    }
-}
-
-void RootView::moveBy(double editedMs)
-{
-    const Timeline& timeline = m_editor.timeline();
-    const double target = std::clamp(m_editor.playhead().ms() + editedMs, 0.0, std::max(0.0, timeline.durationMs - 1));
-    m_editor.previewSource(timeline.source(target));
+    if (!event->isAutoRepeat())
+        m_editor.togglePlay();
 }
 
 } // namespace kelmo

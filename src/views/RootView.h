@@ -1,6 +1,7 @@
 #pragma once
 
-#include "editor/Editor.h"
+#include "agent/ClaudeAgent.h"
+#include "share/Sharer.h"
 
 #include <QWidget>
 
@@ -9,14 +10,15 @@ class QVBoxLayout;
 namespace kelmo {
 
 class HeaderBar;
+class TranscriptView;
 
-/// The whole content of the main window, from the header down to the row of actions. A file of a take that is dropped
+/// The whole content of the main window, from the header down to the link. A file of a take that is dropped
 /// anywhere on it is opened. Main thread.
 class RootView : public QWidget {
     Q_OBJECT
 
 public:
-    RootView(Editor& editor, QWidget* parent);
+    RootView(Editor& editor, Sharer& sharer, ClaudeAgent& agent, QWidget* parent);
 
     [[nodiscard]] HeaderBar& header() const { return *m_header; }
     [[nodiscard]] QString summary() const; ///< The length of the edit and what is removed, as the header says it.
@@ -24,15 +26,17 @@ public:
 protected:
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
     void addPlayer(QVBoxLayout& column);
-    void addLowerPart(QVBoxLayout& column);
-    void moveBy(double editedMs);
+    void addLowerPart(QVBoxLayout& column, ClaudeAgent& agent);
 
     Editor& m_editor;
-    HeaderBar* m_header; ///< A child.
+    Sharer& m_sharer;
+    HeaderBar* m_header; ///< Children.
+    TranscriptView* m_transcript = nullptr;
 };
 
 } // namespace kelmo

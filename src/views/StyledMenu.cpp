@@ -20,10 +20,17 @@ StyledMenu::StyledMenu(QWidget* parent, const QString& title)
 
 void StyledMenu::addHeading(const QString& text) { addAction(text)->setEnabled(false); }
 
-void StyledMenu::openBelow(QWidget& button)
+void StyledMenu::openAt(QWidget& button)
 {
     m_button = &button;
-    popup(button.mapToGlobal(QPoint(0, button.height() + gap)));
+    const QSize size = sizeHint();
+    const QWidget* window = button.window();
+    const QRect within(window->mapToGlobal(QPoint()), window->size());
+    const QRect at(button.mapToGlobal(QPoint()), button.size());
+    const bool fitsBelow = at.bottom() + gap + size.height() <= within.bottom();
+    const bool fitsRight = at.left() + size.width() <= within.right();
+    popup(QPoint(fitsRight ? at.left() : at.right() + 1 - size.width(),
+        fitsBelow ? at.bottom() + 1 + gap : at.top() - gap - size.height()));
 }
 
 void StyledMenu::mousePressEvent(QMouseEvent* event)

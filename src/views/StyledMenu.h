@@ -14,8 +14,9 @@ public:
 
     /// A heading over the rows that follow; it cannot be chosen.
     void addHeading(const QString& text);
-    /// Opens below `button`, right-aligned with it where it would leave the screen. A second click on it closes.
-    void openBelow(QWidget& button);
+    /// Opens below `button`, or above it and to its left where it would stick out of the window. A second click on the
+    /// button closes it.
+    void openAt(QWidget& button);
 
 protected:
     void mousePressEvent(QMouseEvent* event) override;

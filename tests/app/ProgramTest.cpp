@@ -1,3 +1,5 @@
+#include "tests/editor/TakeFolder.h"
+#include "tests/platform/PrivateBus.h"
 #include "tests/support/TemporaryHome.h"
 
 #include <QElapsedTimer>
@@ -32,11 +34,11 @@ public:
     }
 
     /// Whether the program has printed `text`, within ten seconds.
-    bool prints(const QByteArray& text)
+    bool prints(const QByteArray& text, int timeoutMs = 10'000)
     {
         QElapsedTimer timer;
         timer.start();
-        while (!m_output.contains(text) && timer.elapsed() < 10'000) {
+        while (!m_output.contains(text) && timer.elapsed() < timeoutMs) {
             m_process.waitForReadyRead(200);
             m_output += m_process.readAll();
         }
@@ -145,6 +147,43 @@ TEST(Program, crashLeavesARecordThatTheNextLaunchTakesAway)
     while (QFile::exists(folder.filePath(records[0])) && timer.elapsed() < 20'000)
         next.process().waitForReadyRead(50);
     EXPECT_FALSE(QFile::exists(folder.filePath(records[0])));
+}
+
+TEST(Program, startingAgainHandsTheTakeToTheRunningOneAndEnds)
+{
+    const TemporaryHome home;
+    if (!PrivateBus::start())
+        GTEST_SKIP() << "no message bus daemon";
+    const TakeFolder takes;
+    takes.makeMovie(QStringLiteral("first"), 2);
+    takes.makeMovie(QStringLiteral("second"), 2);
+    const QStringList common{QStringLiteral("--muted"), QStringLiteral("--port"), QString::number(freePort())};
+    Program first(common + QStringList{QStringLiteral("--take"), takes.movie(QStringLiteral("first"))});
+    ASSERT_TRUE(first.prints("open first: ")) << first.output().constData();
+    ASSERT_TRUE(first.prints("listening on"));
+
+    Program again(common + QStringList{QStringLiteral("--take"), takes.movie(QStringLiteral("second"))});
+    ASSERT_TRUE(again.process().waitForFinished(20'000));
+    EXPECT_EQ(again.process().exitCode(), 0);
+    EXPECT_FALSE(again.prints("listening on", 0)) << "it never began";
+    EXPECT_TRUE(first.prints("open second: ")) << first.output().constData();
+
+    // These run beside it on purpose.
+    Program elsewhere({QStringLiteral("--muted"), QStringLiteral("--port"), QString::number(freePort())});
+    EXPECT_TRUE(elsewhere.prints("listening on")) << elsewhere.output().constData();
+    Program background(common + QStringList{QStringLiteral("--background")});
+    EXPECT_TRUE(background.prints("window up")) << background.output().constData();
+    EXPECT_EQ(background.process().state(), QProcess::Running);
+}
+
+TEST(Program, startWithoutASessionBusRunsAllTheSame)
+{
+    const TemporaryHome home;
+    const QByteArray before = qgetenv("DBUS_SESSION_BUS_ADDRESS");
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere");
+    Program program({QStringLiteral("--muted"), QStringLiteral("--port"), QString::number(freePort())});
+    EXPECT_TRUE(program.prints("listening on")) << program.output().constData();
+    qputenv("DBUS_SESSION_BUS_ADDRESS", before);
 }
 
 } // namespace kelmo

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QNetworkAccessManager>
+#include <QPointer>
+
+#include <functional>
+
+class QNetworkReply;
+
+namespace kelmo {
+
+/// Finds out whether a share server answers. Owned by the view that asks; main thread.
+class ConnectionTest : public QObject {
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+    /// Asks the server at `endpoint` itself; `report` is called with a line for the user now and when the answer is
+    /// known. A newer test replaces one that is under way. Does nothing when `endpoint` is no URL.
+    void run(const QString& endpoint, std::function<void(const QString& status)> report);
+
+private:
+    QNetworkAccessManager m_network;
+    QPointer<QNetworkReply> m_reply;
+};
+
+} // namespace kelmo

@@ -1,0 +1,284 @@
+#include "tests/app/WindowFixture.h"
+#include "views/TimelineBar.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QDragEnterEvent>
+#include <QLabel>
+#include <QMimeData>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QScreen>
+#include <QSettings>
+#include <QTest>
+
+namespace kelmo {
+
+namespace {
+
+class Window : public WindowFixture {
+protected:
+    /// Whether an agent gets an answer.
+    [[nodiscard]] bool serverAnswers()
+    {
+        QNetworkAccessManager network;
+        QNetworkRequest request(QUrl(QStringLiteral("http://127.0.0.1:%1/mcp").arg(m_port)));
+        request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
+        QNetworkReply* reply = network.post(request, R"({"jsonrpc":"2.0","id":1,"method":"ping"})");
+        return waitUntil([reply] { return reply->isFinished(); }) && reply->error() == QNetworkReply::NoError;
+    }
+
+    /// Drops files on the window's middle.
+    void drop(const QList<QUrl>& urls)
+    {
+        QMimeData data;
+        data.setUrls(urls);
+        QWidget* target = window().childAt(window().rect().center());
+        while (!target->acceptDrops())
+            target = target->parentWidget();
+        QDragEnterEvent enter({}, Qt::CopyAction, &data, Qt::LeftButton, {});
+        QCoreApplication::sendEvent(target, &enter);
+        if (!enter.isAccepted())
+            return;
+        QDropEvent dropped({}, Qt::CopyAction, &data, Qt::LeftButton, {});
+        QCoreApplication::sendEvent(target, &dropped);
+    }
+};
+
+} // namespace
+
+TEST_F(Window, launchOpensTheNewestTakeInACentredWindow)
+{
+    launch();
+    EXPECT_EQ(editor().take()->base, QStringLiteral("talk"));
+    EXPECT_EQ(window().windowTitle(), QStringLiteral("talk"));
+    const QRect screen = window().screen()->availableGeometry();
+    EXPECT_EQ(window().size(), QSize(1320, 760).boundedTo(screen.size()).expandedTo({900, 520}));
+    EXPECT_EQ(window().minimumSize(), QSize(900, 520));
+    EXPECT_TRUE(control(QStringLiteral("0:10")) != nullptr) << "the summary";
+    EXPECT_TRUE(control(QStringLiteral("0:00 / 0:10")) != nullptr) << "the time";
+    EXPECT_TRUE(serverAnswers());
+}
+
+TEST_F(Window, closingPausesAndServesOnUntilReopened)
+{
+    launch();
+    click(QStringLiteral("Play"));
+    ASSERT_TRUE(waitUntil([this] { return editor().isPlaying(); }));
+    key(Qt::Key_W, Qt::ControlModifier);
+    EXPECT_FALSE(window().isVisible());
+    EXPECT_TRUE(waitUntil([this] { return !editor().isPlaying(); }));
+    EXPECT_TRUE(serverAnswers());
+    m_app->applicationShouldHandleReopen(std::nullopt);
+    EXPECT_TRUE(window().isVisible());
+    window().close();
+    editor().open(m_takes.movie(QStringLiteral("talk"))); // As an agent does.
+    EXPECT_TRUE(window().isVisible());
+}
+
+TEST_F(Window, launchInTheBackgroundShowsNothingUntilATakeIsOpened)
+{
+    CommandLine background;
+    background.background = true;
+    launch(background);
+    EXPECT_FALSE(window().isVisible());
+    EXPECT_FALSE(editor().take());
+    ASSERT_TRUE(waitUntil([this] { return m_port != 0; }));
+    EXPECT_TRUE(serverAnswers());
+    m_app->applicationShouldHandleReopen(std::nullopt);
+    EXPECT_TRUE(window().isVisible());
+    EXPECT_TRUE(editor().take()) << "the newest, since none was open";
+}
+
+TEST_F(Window, frameIsRestoredWhereItWas)
+{
+    launch();
+    window().setGeometry(40, 30, 1000, 600);
+    window().close();
+    quit();
+    launch();
+    EXPECT_EQ(window().geometry(), QRect(40, 30, 1000, 600));
+}
+
+TEST_F(Window, withoutATakeItInvitesToOpenOne)
+{
+    launchWithoutTakes();
+    EXPECT_NE(control(QStringLiteral("No take")), nullptr);
+    for (const char* name : {"Play", "Split", "Cut fillers", "Tighten pauses", "Export"}) {
+        const QAbstractButton* disabled = button(QString::fromLatin1(name));
+        EXPECT_FALSE(disabled->isEnabled()) << name;
+        EXPECT_FALSE(disabled->toolTip().isEmpty()) << name << " says why";
+    }
+    click(QStringLiteral("Open…"));
+    ASSERT_TRUE(waitUntil([] { return QApplication::activeModalWidget() != nullptr; }));
+    QApplication::activeModalWidget()->close();
+}
+
+TEST_F(Window, controlRowPlaysSplitsAndChoosesTheSpeed)
+{
+    launch();
+    QAbstractButton* play = button(QStringLiteral("Play"));
+    click(play);
+    ASSERT_TRUE(waitUntil([this] { return editor().isPlaying(); }));
+    EXPECT_EQ(play->accessibleName(), QStringLiteral("Pause"));
+    click(play);
+    ASSERT_TRUE(waitUntil([this] { return !editor().isPlaying(); }));
+    editor().previewSource(5000);
+    click(QStringLiteral("Split"));
+    EXPECT_EQ(editor().splits(), std::vector<double>{5000});
+    for (const auto& [label, rate] : {std::pair{"1.5×", 1.5}, {"2×", 2.0}, {"3×", 3.0}, {"1×", 1.0}}) {
+        QAbstractButton* choice = button(QString::fromUtf8(label));
+        EXPECT_EQ(choice->toolTip(), QStringLiteral("Play at %1 speed").arg(QString::fromUtf8(label)));
+        click(choice);
+        EXPECT_EQ(editor().playbackRate(), rate);
+        EXPECT_TRUE(choice->isChecked());
+    }
+}
+
+TEST_F(Window, fillersAndPausesAreCutAndCounted)
+{
+    launch();
+    QAbstractButton* fillers = button(QStringLiteral("Cut fillers"));
+    EXPECT_EQ(fillers->accessibleDescription(), QStringLiteral("2"));
+    click(fillers);
+    EXPECT_EQ(editor().cuts().spans.size(), 2u);
+    EXPECT_EQ(fillers->accessibleDescription(), QStringLiteral("0"));
+    EXPECT_FALSE(fillers->isEnabled());
+    EXPECT_NE(control(QStringLiteral("Cut 2 fillers")), nullptr) << "the status line";
+    QAbstractButton* pauses = button(QStringLiteral("Tighten pauses"));
+    const int before = editor().pauseCount();
+    EXPECT_EQ(pauses->accessibleDescription(), QString::number(before));
+    click(pauses);
+    EXPECT_LT(editor().pauseCount(), before);
+}
+
+TEST_F(Window, exportSettingsAreChosenFromTheirMenu)
+{
+    launch();
+    const QString before = QStringLiteral("HEVC · Native · 30 fps");
+    choose(before, QStringLiteral("H.264"));
+    choose(QStringLiteral("H.264 · Native · 30 fps"), QStringLiteral("1080p"));
+    choose(QStringLiteral("H.264 · 1080p · 30 fps"), QStringLiteral("60 fps"));
+    EXPECT_EQ(editor().codec(), Codec::H264);
+    EXPECT_EQ(editor().exportHeight(), 1080);
+    EXPECT_EQ(editor().exportFPS(), 60);
+    choose(QStringLiteral("H.264 · 1080p · 60 fps"), QStringLiteral("Native"));
+    choose(QStringLiteral("H.264 · Native · 60 fps"), QStringLiteral("HEVC"));
+    choose(QStringLiteral("HEVC · Native · 60 fps"), QStringLiteral("30 fps"));
+    EXPECT_NE(control(before), nullptr);
+}
+
+TEST_F(Window, exportShowsItsPercentAndCanBeCancelled)
+{
+    launch();
+    QAbstractButton* exporting = button(QStringLiteral("Export"));
+    click(exporting);
+    ASSERT_TRUE(editor().exportProgress());
+    EXPECT_EQ(exporting->text(), QStringLiteral("0%"));
+    click(QStringLiteral("Cancel"));
+    ASSERT_TRUE(waitUntil([this] { return !editor().exportProgress(); }));
+    EXPECT_EQ(exporting->text(), QStringLiteral("Export"));
+    EXPECT_NE(control(QStringLiteral("Export cancelled")), nullptr);
+    EXPECT_TRUE(QDir(m_home.file(QStringLiteral("Movies/Vorlix"))).isEmpty());
+
+    click(exporting);
+    ASSERT_TRUE(waitUntil([this] { return !editor().exportProgress(); }));
+    EXPECT_EQ(
+        QDir(m_home.file(QStringLiteral("Movies/Vorlix"))).entryList({QStringLiteral("talk-hevc-*.mp4")}).size(), 1);
+}
+
+TEST_F(Window, statusFadesButAProblemStaysUntilDismissed)
+{
+    launch();
+    editor().setStatus(QStringLiteral("Done"));
+    QWidget* line = control(QStringLiteral("Done"));
+    EXPECT_TRUE(waitUntil([line] { return static_cast<QLabel*>(line)->text().isEmpty(); })) << "fades by itself";
+    drop({QUrl::fromLocalFile(m_takes.file(QStringLiteral("nothing.mov")))});
+    const QString problem = editor().status().value();
+    QTest::qWait(5000); // Longer than a notice stays.
+    EXPECT_NE(control(problem), nullptr);
+    click(QStringLiteral("Dismiss"));
+    EXPECT_FALSE(editor().status());
+    EXPECT_TRUE(static_cast<QLabel*>(line)->text().isEmpty());
+}
+
+TEST_F(Window, takesAreOpenedFromTheMenuAndByDropping)
+{
+    launch();
+    m_takes.makeMovie(QStringLiteral("a & b"), 2);
+    m_takes.writeSync(QStringLiteral("a & b"));
+    choose(QStringLiteral("talk"), QStringLiteral("a && b"));
+    EXPECT_EQ(editor().take()->base, QStringLiteral("a & b"));
+    drop({QUrl(QStringLiteral("https://example.org/x.mov")),
+        QUrl::fromLocalFile(m_takes.transcript(QStringLiteral("talk")))});
+    EXPECT_EQ(editor().take()->base, QStringLiteral("talk")) << "any file of a take will do";
+    drop({QUrl(QStringLiteral("https://example.org/x.mov"))});
+    EXPECT_EQ(editor().take()->base, QStringLiteral("talk"));
+    click(QStringLiteral("talk"));
+    ASSERT_TRUE(waitUntil([] { return QApplication::activePopupWidget() != nullptr; }));
+    key(Qt::Key_Escape);
+}
+
+TEST_F(Window, firstClickInAnInactiveWindowGrabsAHandle)
+{
+    launch();
+    key(Qt::Key_Comma, Qt::ControlModifier);
+    ASSERT_TRUE(waitUntil([this] { return QApplication::activeWindow() != &window(); }));
+    const QRectF bar = TimelineBar::frameInWindow();
+    const QPoint grab(int(bar.left()) + 12, int(bar.center().y()));
+    QTest::mousePress(window().windowHandle(), Qt::LeftButton, {}, grab);
+    for (int step = 1; step <= 10; ++step)
+        QTest::mouseMove(window().windowHandle(), grab + QPoint(step * 20, 0));
+    QTest::mouseRelease(window().windowHandle(), Qt::LeftButton, {}, grab + QPoint(200, 0));
+    EXPECT_GT(editor().cuts().trimIn, 0);
+}
+
+TEST_F(Window, menuOpensWithItsButtonAndItsKey)
+{
+    launch();
+    click(QStringLiteral("Menu"));
+    ASSERT_TRUE(waitUntil([] { return QApplication::activePopupWidget() != nullptr; }));
+    QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Escape);
+    ASSERT_TRUE(waitUntil([] { return QApplication::activePopupWidget() == nullptr; }));
+    key(Qt::Key_F10);
+    ASSERT_TRUE(waitUntil([] { return QApplication::activePopupWidget() != nullptr; }));
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    QStringList titles;
+    for (const QAction* action : menu->actions())
+        titles.append(action->text());
+    EXPECT_EQ(titles,
+        (QStringList{QStringLiteral("File"), QStringLiteral("Edit"), {}, QStringLiteral("Settings…"), {},
+            QStringLiteral("Quit Vorlix")}));
+    menu->close();
+}
+
+TEST_F(Window, menuEnablesWhatCanBeDone)
+{
+    launchWithoutTakes();
+    const auto enabled = [this](const QString& title) {
+        for (QAction* action : window().actions()) {
+            if (action->text() == title)
+                return action->isEnabled();
+        }
+        ADD_FAILURE() << qPrintable(title);
+        return false;
+    };
+    EXPECT_FALSE(enabled(QStringLiteral("Trim Start to Playhead")));
+    EXPECT_FALSE(enabled(QStringLiteral("Trim End to Playhead")));
+    EXPECT_FALSE(enabled(QStringLiteral("Clear Trim")));
+    for (const char* always :
+        {"Open…", "Open Newest Take", "Export", "Share / Update Link", "Close Window", "Undo", "Redo", "Copy",
+            "Select All", "Cut Fillers", "Tighten Pauses", "Split at Playhead", "Settings…", "Quit Vorlix"})
+        EXPECT_TRUE(enabled(QString::fromUtf8(always))) << always;
+    quit();
+    launch();
+    EXPECT_TRUE(enabled(QStringLiteral("Trim Start to Playhead")));
+    EXPECT_TRUE(enabled(QStringLiteral("Trim End to Playhead")));
+    EXPECT_FALSE(enabled(QStringLiteral("Clear Trim")));
+    editor().trim(2000, {}, QStringLiteral("Trim"));
+    EXPECT_TRUE(enabled(QStringLiteral("Clear Trim")));
+    editor().trim(0, {}, QStringLiteral("Trim"));
+    EXPECT_FALSE(enabled(QStringLiteral("Clear Trim")));
+}
+
+} // namespace kelmo
