@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <sys/prctl.h>
+
 namespace kelmo {
 
 PrivateBus* PrivateBus::start()
@@ -16,6 +19,8 @@ PrivateBus* PrivateBus::start()
 
 PrivateBus::PrivateBus()
 {
+    // Ends with the tests even if those crash.
+    m_daemon.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGKILL); });
     m_daemon.start(QStringLiteral("dbus-daemon"),
         {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address")});
     while (!m_daemon.canReadLine() && m_daemon.waitForReadyRead(5000)) { }
