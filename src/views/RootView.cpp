@@ -90,6 +90,10 @@ void RootView::addLowerPart(QVBoxLayout& column, ClaudeAgent& agent)
     m_transcript = new TranscriptView(m_editor, lower);
     m_transcript->setMinimumHeight(leastTranscript);
     rows->addWidget(m_transcript, 1);
+    // Without a take there is nothing to say about its speech.
+    const auto showText = [this] { m_transcript->textView().setVisible(m_editor.take().has_value()); };
+    connect(&m_editor, &Editor::takeChanged, m_transcript, showText);
+    showText();
     rows->addSpacing(rowGap - ActionsRow::lineHeight);
     // In the order in which Tab goes through them.
     auto* prompt = new AskClaudeBox(agent, lower);

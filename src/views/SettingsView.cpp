@@ -98,7 +98,8 @@ SettingsView::SettingsView(Sharer& sharer, QWidget* parent)
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(edge, edge, edge, edge);
     column->setSpacing(rowGap);
-    column->setSizeConstraint(QLayout::SetMinimumSize);
+    column->setSizeConstraint(QLayout::SetMinimumSize); // Which replaces the fixed width by the layout's own.
+    column->addStrut(viewWidth - 2 * edge);
     addSharing(*column);
     addAccount(*column);
     addPrivacy(*column);
