@@ -31,6 +31,7 @@ struct Row {
 [[nodiscard]] std::vector<Row> transcriptRows();
 [[nodiscard]] std::vector<Row> timelineRows();
 [[nodiscard]] std::vector<Row> shareRows();
+[[nodiscard]] std::vector<Row> windowRows();
 
 /// Runs `ours` and `peer` in turns, `rounds` times each after one warming round, and returns the medians in seconds.
 struct Pair {

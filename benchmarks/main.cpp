@@ -12,14 +12,15 @@
 namespace kelmo::bench {
 
 void exportOnce();
+void playInWindow(const QString& path);
 
 namespace {
 
 std::vector<Row> allRows()
 {
     std::vector<Row> rows = exportRows();
-    for (const std::vector<Row>& more :
-        {frameRows(), editRows(), playerRows(), seekRows(), transcriptRows(), timelineRows(), shareRows()})
+    for (const std::vector<Row>& more : {frameRows(), editRows(), playerRows(), seekRows(), transcriptRows(),
+             timelineRows(), shareRows(), windowRows()})
         rows.insert(rows.end(), more.begin(), more.end());
     return rows;
 }
@@ -73,12 +74,18 @@ int run(const QStringList& names, const QString& jsonPath)
 
 int main(int argc, char** argv)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
+    const bool playsInWindow = argc == 3 && QByteArray(argv[1]) == "--play-window";
+    if (!playsInWindow)
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("KELMO_ANALYTICS", "0");
     QApplication application(argc, argv);
     QStringList arguments = QApplication::arguments().mid(1);
     if (arguments == QStringList{QStringLiteral("--export-once")}) {
         kelmo::bench::exportOnce();
+        return 0;
+    }
+    if (playsInWindow) {
+        kelmo::bench::playInWindow(arguments.last());
         return 0;
     }
     const QString jsonPath = arguments.isEmpty() ? QStringLiteral("bench.json") : arguments.takeFirst();
