@@ -39,7 +39,7 @@ LinkBar::LinkBar(Sharer& sharer, Editor& editor, QWidget* parent)
     m_copied.setSingleShot(true);
     m_copied.setInterval(copiedMs);
 
-    auto* row = new QHBoxLayout;
+    auto* row = new QHBoxLayout(this);
     row->setContentsMargins(Theme::windowEdge, 0, Theme::windowEdge, 0);
     row->setSpacing(Theme::betweenButtons);
     row->addWidget(symbol);
@@ -47,11 +47,6 @@ LinkBar::LinkBar(Sharer& sharer, Editor& editor, QWidget* parent)
     row->addWidget(m_phase);
     row->addStretch(1);
     row->addWidget(m_button);
-    auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(0);
-    column->addWidget(m_line);
-    column->addLayout(row, 1);
 
     connect(m_button, &QAbstractButton::clicked, this, &LinkBar::tap);
     connect(&m_copied, &QTimer::timeout, this, &LinkBar::refresh);
@@ -61,6 +56,9 @@ LinkBar::LinkBar(Sharer& sharer, Editor& editor, QWidget* parent)
     connect(&editor, &Editor::takeChanged, this, &LinkBar::refresh);
     refresh();
 }
+
+/// From the request for a link on, not only from the upload that follows it.
+bool LinkBar::isWorking() const { return m_sharer.isUploading() || m_sharer.starting() || m_sharer.phase(); }
 
 bool LinkBar::needsUpdate() const
 {
@@ -130,7 +128,8 @@ void LinkBar::refresh()
     m_link->setText(text());
     m_link->setColor(isLink ? Theme::text1 : Theme::text2);
     m_link->updateGeometry();
-    m_phase->setParts({{m_sharer.phase().value_or(QString()), Theme::text3}});
+    const QString phase = m_sharer.phase().value_or(QString());
+    m_phase->setParts({{phase == text() ? QString() : phase, Theme::text3}});
     m_line->setProgress(m_sharer.progress());
     m_button->setText(buttonLabel());
     m_button->setEnabled(!m_sharer.isConfigured() || m_editor.take());
@@ -148,6 +147,9 @@ void LinkBar::reportError()
     if (m_reportedError)
         m_editor.setStatus(m_reportedError, Editor::StatusKind::Problem);
 }
+
+/// The progress lies on the separator and takes no room from the row.
+void LinkBar::resizeEvent(QResizeEvent*) { m_line->setGeometry(0, 0, width(), ProgressLine::thickness); }
 
 void LinkBar::paintEvent(QPaintEvent*)
 {

@@ -21,6 +21,7 @@ public:
     LinkBar(Sharer& sharer, Editor& editor, QWidget* parent);
 
 protected:
+    void resizeEvent(QResizeEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
@@ -28,7 +29,7 @@ private:
     void flashCopied();
     void refresh();
     void reportError();
-    [[nodiscard]] bool isWorking() const { return m_sharer.isUploading() || m_sharer.starting(); }
+    [[nodiscard]] bool isWorking() const;
     [[nodiscard]] bool needsUpdate() const;
     [[nodiscard]] QString text() const;
     [[nodiscard]] QString buttonLabel() const;
