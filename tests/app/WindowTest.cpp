@@ -21,6 +21,8 @@ protected:
     /// Whether an agent gets an answer.
     [[nodiscard]] bool serverAnswers()
     {
+        if (!waitUntil([this] { return m_port != 0; }))
+            return false;
         QNetworkAccessManager network;
         QNetworkRequest request(QUrl(QStringLiteral("http://127.0.0.1:%1/mcp").arg(m_port)));
         request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
@@ -83,7 +85,6 @@ TEST_F(Window, launchInTheBackgroundShowsNothingUntilATakeIsOpened)
     launch(background);
     EXPECT_FALSE(window().isVisible());
     EXPECT_FALSE(editor().take());
-    ASSERT_TRUE(waitUntil([this] { return m_port != 0; }));
     EXPECT_TRUE(serverAnswers());
     m_app->applicationShouldHandleReopen(std::nullopt);
     EXPECT_TRUE(window().isVisible());
