@@ -131,7 +131,8 @@ void SoundDevice::supervise(const std::shared_ptr<State>& state)
     state->ring->activate(nullptr);
     const std::shared_ptr<Line> last = std::exchange(state->current, nullptr);
     lock.unlock();
-    last->output.reset(); // May hang with its server, which the destructor does not wait for.
+    if (last) // There is none when the end came before the beginning.
+        last->output.reset(); // May hang with its server, which the destructor does not wait for.
     lock.lock();
     state->ended = true;
     state->changed.notify_all();

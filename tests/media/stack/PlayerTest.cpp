@@ -338,6 +338,8 @@ TEST_F(PlayerTest, quitAtAnyMomentEndsAtOnceAndLeavesNoThread)
     const std::shared_ptr<const PlayerItem> whole = item(movie(QStringLiteral("a.mov"), 10), {{0, 10'000}});
     m_player.reset();
     const int threads = threadCount();
+    for (int i = 0; i < 50; ++i) // Its thread has often not begun yet.
+        (void)SoundDevice(std::make_shared<SoundRing>(), [] { return std::unique_ptr<AudioOutput>(); });
     for (int i = 0; i < 12; ++i) {
         makePlayer();
         m_player->setItem(whole, MediaTime::fromMs(9900));
