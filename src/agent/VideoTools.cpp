@@ -28,11 +28,11 @@ Tools::Call Tools::getFrame(ToolContext context, ToolArguments arguments)
     if (!timeMs)
         co_return tl::unexpected(RPCError{RPCError::invalidParams, QStringLiteral("timeMs is required")});
     const double maxWidth = arguments.number(u"maxWidth").value_or(usualFrameWidth);
+    // The picture is of the edit as it is now, and so is its caption, whatever is edited while it is made.
+    const double sourceMs = context.editor->timeline().source(*timeMs);
     const Result<QByteArray> png = co_await context.editor->frame(*timeMs, maxWidth);
     if (!png)
         co_return ToolResult::error(userText(png.error()));
-    // Only when the program ends is there no editor any more, and then nobody waits for the caption either.
-    const double sourceMs = context.editor ? context.editor->timeline().source(*timeMs) : 0;
     co_return ToolResult::picture(*png, frameCaption(*timeMs, sourceMs));
 }
 

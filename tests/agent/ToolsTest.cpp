@@ -1,3 +1,4 @@
+#include "agent/Tools.h"
 #include "tests/agent/ServerFixture.h"
 #include "tests/agent/SmallTake.h"
 
@@ -145,6 +146,15 @@ TEST_F(ToolsTest, getFrameIsAPictureOfTheEdit)
     const QImage picture = QImage::fromData(QByteArray::fromBase64(content[0][u"data"].toString().toLatin1()), "png");
     EXPECT_EQ(picture.width(), 80);
     EXPECT_EQ(content[1][u"text"].toString(), text("Frame at edited 1234 ms (source 3234 ms)."));
+
+    // An edit made while the picture is decoded is neither in it nor in what is said of it.
+    Tools::Call looking
+        = Tools::getFrame({&m_editor, m_sharer.get()}, ToolArguments(json(R"({"timeMs":1234,"maxWidth":80})")));
+    m_editor.undo().undo();
+    const ToolOutcome outcome = QCoro::waitFor(looking);
+    ASSERT_TRUE(outcome);
+    const QByteArray seen = (*outcome)();
+    EXPECT_TRUE(seen.contains("(source 3234 ms)")) << seen.right(100).constData();
 }
 
 TEST_F(ToolsTest, fillersAndPausesReportTheStatus)
