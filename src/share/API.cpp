@@ -17,6 +17,11 @@ QByteArray withoutToken(QByteArray text, const QString& token)
     return token.isEmpty() ? text : text.replace(token.toUtf8(), "…");
 }
 
+QString withoutToken(QString text, const QString& token)
+{
+    return token.isEmpty() ? text : text.replace(token, QStringLiteral("…"));
+}
+
 Error refusal(const API& api, const HttpAnswer& answer)
 {
     QString message;
@@ -27,7 +32,7 @@ Error refusal(const API& api, const HttpAnswer& answer)
             ? QStringLiteral("Your sign-in has expired — choose Sign In… from the Vorlix menu bar icon.")
             : QStringLiteral("The share server rejected the token — check Settings.");
     } else if (words.isString()) {
-        message = words.toString();
+        message = withoutToken(words.toString(), api.token); // Its letters may have been escaped in the body.
     } else {
         message = QStringLiteral("Share server error ") % QString::number(answer.status) % QStringLiteral(": ")
             % QString::fromUtf8(body.left(quotedBytes));

@@ -93,6 +93,7 @@ TEST_F(ShareFailure, linkThatCannotBeMadeIsOneSentenceAndNoRecord)
         {{Fault::Drop}, "Can’t reach the share server: "},
         {{Fault::DropInside}, "Can’t reach the share server: "},
         {{Fault::Status, 500, "your token is sesame-0123456789"}, "Share server error 500: your token is …"},
+        {{Fault::Status, 500, R"({"message":"not sesame\u002d0123456789"})"}, "not …"},
     };
     for (const auto& each : cases) {
         m_server->setScript([each](const Request&) { return each.handling; });
