@@ -72,7 +72,10 @@ template void Sharer::assign(std::optional<double>&, const std::optional<double>
 template void Sharer::assign(std::optional<Record>&, const std::optional<Record>&);
 template void Sharer::assign(bool&, const bool&);
 
-bool Sharer::isOutOfDate() const { return m_record && m_record->signature != m_editor.cuts().signature(); }
+bool Sharer::isOutOfDate() const
+{
+    return m_record && (m_unfilled.contains(m_record->id) || m_record->signature != m_editor.cuts().signature());
+}
 
 void Sharer::setConfig(const std::optional<Config>& config)
 {

@@ -3,6 +3,8 @@
 #include "share/AccountStore.h"
 #include "share/ShareUpload.h"
 
+#include <QSet>
+
 #include <type_traits>
 
 namespace kelmo {
@@ -139,6 +141,7 @@ private:
     std::optional<double> m_progress;
     std::optional<QString> m_uploadingSignature;
     QString m_uploadedSignature; ///< Of the edit that the last upload carries.
+    QSet<QString> m_unfilled; ///< Links, by id, whose last upload failed: nobody knows what they play.
     std::optional<QString> m_lastError;
     std::optional<KelmoAccount> m_account;
     bool m_signedOut = false; ///< A look at the store has shown that there is no account.

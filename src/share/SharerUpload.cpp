@@ -69,10 +69,13 @@ QCoro::Task<Result<void>> Sharer::perform(Upload upload, std::shared_ptr<ShareUp
     }
     if (!self)
         co_return shareCancelled();
-    if (uploaded)
+    if (uploaded) {
+        m_unfilled.remove(upload.record.id);
         keepSignature(upload, signature);
+    }
     assign(m_phase, std::nullopt);
     if (!uploaded) {
+        m_unfilled.insert(upload.record.id);
         assign(m_lastError, userText(uploaded.error()));
         QCoro::Task<void> reporting = work->reportFailure();
         co_await reporting;

@@ -155,6 +155,18 @@ TEST_F(ShareFailure, failedUploadKeepsTheOldSignatureTellsTheServerAndCanBeRepea
     EXPECT_NE(m_sharer->record()->signature, signature());
 }
 
+TEST_F(ShareFailure, linkThatWasNeverFilledIsOutOfDateEvenForATakeWithoutEdits)
+{
+    startAll();
+    answer("/complete", 500, "x");
+    ASSERT_FALSE(share(true));
+    EXPECT_EQ(m_sharer->record()->signature, signature()) << "no edit has no signature, and neither has a new link";
+    EXPECT_TRUE(m_sharer->isOutOfDate());
+    m_server->setScript({});
+    ASSERT_TRUE(share(true));
+    EXPECT_FALSE(m_sharer->isOutOfDate());
+}
+
 TEST_F(ShareFailure, partThatFailsTwiceIsUploadedAtTheThirdAttemptAfterTwoWaits)
 {
     startAll();
