@@ -100,8 +100,11 @@ bool Sharer::holds(const Take& take) const { return m_take && m_take->base == ta
 
 void Sharer::adoptTake(const Take& take)
 {
-    if (!holds(take))
+    if (!holds(take)) {
         m_rerun = false;
+        // An update that has yet to begin is the other take's; this one is still to be asked for.
+        assign(m_starting, false);
+    }
     m_take = take;
     std::optional<Record> record = loadRecord(take);
     // A folder that cannot be written to keeps no record; the upload still knows its own.

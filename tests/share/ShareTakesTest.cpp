@@ -65,6 +65,24 @@ TEST_F(ShareTakes, takeOpenedWhileTheLinkIsMadeIsNeverUploadedToIt)
     EXPECT_EQ(m_server->book().share(text("1"))->status, text("failed"));
 }
 
+TEST_F(ShareTakes, takeOpenedWhileAnUpdateOfAnotherBeginsIsUpdatedWhenAsked)
+{
+    startAll();
+    ASSERT_TRUE(share(true));
+    openTake(text("other"));
+    ASSERT_TRUE(share(true));
+    openTake();
+    edit();
+    slow("/api/shares/1/versions", 1000);
+    ASSERT_TRUE(share(false));
+    openTake(text("other"));
+    edit();
+    EXPECT_EQ(share(false), m_sharer->record()->url);
+    ASSERT_TRUE(waitUntil([this] { return m_server->count("POST", "/api/shares/2/complete") == 2; }));
+    ASSERT_TRUE(waitUntilIdle());
+    expectPlaysCurrentEdit(text("2"));
+}
+
 TEST_F(ShareTakes, trimBeingDraggedIsSharedAsItWas)
 {
     startAll();
