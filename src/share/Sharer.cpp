@@ -24,8 +24,8 @@ bool wasJustRecorded(const Take& take)
 /// Whether a look has shown that nobody is signed in, rather than that it cannot be seen.
 bool tellsSignedOut(const AccountStore::Lookup& lookup)
 {
-    return !lookup.account && lookup.status != SecretStore::Status::Locked
-        && lookup.status != SecretStore::Status::TimedOut;
+    const bool isOpen = lookup.status == SecretStore::Status::NotFound || lookup.status == SecretStore::Status::Found;
+    return isOpen && !lookup.account;
 }
 
 } // namespace
