@@ -153,6 +153,7 @@ void AudioTrackReader::append(const AVFrame& frame)
     if (std::abs(gap) <= m_inputRate / 1000)
         gap = 0;
     if (gap > 10 * int64_t(m_inputRate)) {
+        m_answersFrom = decodedEnd();
         m_decoded.clear();
         m_decodedStart = position;
     } else if (gap > 0) {
@@ -169,17 +170,20 @@ Result<void> AudioTrackReader::pullInput(int64_t from, int count)
     const int64_t to = from + count;
     if (m_nextPacket < 0 || from < m_answersFrom || from > decodedEnd() + m_inputRate)
         seekInput(std::max<int64_t>(from, inputPosition(m_track.index.samples().front().pts)));
-    while (!m_ended && decodedEnd() < to) {
-        if (Result<void> decoded = decodeNext(); !decoded)
-            return decoded;
-    }
     // What the segment does not present must not be heard through the resampler's filter either.
     const int64_t audible = inputPosition(m_track.index.edits()[m_segment].mediaStart);
-    const int64_t first = std::max({from, m_decodedStart, audible});
-    const int64_t last = std::min(to, decodedEnd());
-    if (first < last) {
-        const auto source = m_decoded.begin() + (first - m_decodedStart) * m_channels;
-        std::copy(source, source + (last - first) * m_channels, m_input.begin() + (first - from) * m_channels);
+    for (;;) {
+        // Taken before more is decoded: a long hole makes room for what lies behind it.
+        const int64_t first = std::max({from, m_decodedStart, audible});
+        const int64_t last = std::min(to, decodedEnd());
+        if (first < last) {
+            const auto source = m_decoded.begin() + (first - m_decodedStart) * m_channels;
+            std::copy(source, source + (last - first) * m_channels, m_input.begin() + (first - from) * m_channels);
+        }
+        if (m_ended || decodedEnd() >= to)
+            break;
+        if (Result<void> decoded = decodeNext(); !decoded)
+            return decoded;
     }
     if (from - m_decodedStart > m_inputRate) {
         const int64_t old = std::min(from, decodedEnd()) - m_decodedStart;

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QProcess>
+
 #include <random>
 
 namespace kelmo {
@@ -134,6 +136,30 @@ INSTANTIATE_TEST_SUITE_P(Formats, AudioTrackReaderFormats,
         Case{"pcm16Mono", "pcm_s16le", 16000, 1, 0, 0.1, -1}, Case{"pcm96", "pcm_f32le", 96000, 2, 0, 0.1, -1},
         Case{"alacTrimmed", "alac", 48000, 2, 0, 0.1, 7001}),
     [](const testing::TestParamInfo<Case>& info) { return info.param.name; });
+
+TEST(AudioTrackReader, readUpToALongHoleLosesNothingBeforeIt)
+{
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(text("holed.mov"));
+    ASSERT_EQ(QProcess::execute(text("ffmpeg"),
+                  {text("-v"), text("error"), text("-f"), text("lavfi"), text("-i"), text("sine=440:r=48000:d=16"),
+                      text("-af"), text("aselect=lt(t\\,1)+gt(t\\,15)"), text("-c:a"), text("aac"), path}),
+        0);
+    const Result<std::shared_ptr<const Asset>> asset = Asset::open(path);
+    ASSERT_TRUE(asset);
+    const auto reader = *AudioTrackReader::open(*asset, (*asset)->tracks().front());
+    std::vector<float> sound(size_t(48'000) * 2);
+    const auto isHeard = [&sound] {
+        return std::any_of(sound.begin(), sound.begin() + 2048, [](float value) { return std::abs(value) > 0.05f; });
+    };
+    // Back and forth, because what was read may be forgotten.
+    for (const int64_t position : {40'000, 46'000, 44'000, 721'000, 46'500}) {
+        ASSERT_TRUE(reader->read(position, 1024, sound.data()));
+        EXPECT_TRUE(isHeard()) << "at sample " << position;
+    }
+    ASSERT_TRUE(reader->read(300'000, 1024, sound.data()));
+    EXPECT_FALSE(isHeard());
+}
 
 TEST(PeakLimiter, limitQuietSoundIsUntouchedAndLoudSoundStaysBelowFullScale)
 {
