@@ -30,6 +30,21 @@ std::vector<int> known(const std::vector<int>& indices, size_t words)
     return found;
 }
 
+/// The spans in which nothing is said. Spans and words both ascend, so one pass does for any number of them.
+std::vector<Span> spansWithoutWords(const std::vector<Span>& spans, const std::vector<Word>& words)
+{
+    std::vector<Span> silent;
+    auto word = words.begin();
+    double said = -std::numeric_limits<double>::infinity();
+    for (const Span span : spans) {
+        for (; word != words.end() && word->startMs < span.end; ++word)
+            said = std::max(said, word->endMs);
+        if (said <= span.start)
+            silent.push_back(span);
+    }
+    return silent;
+}
+
 QString counted(int number, const QString& noun)
 {
     return QString::number(number) % QStringLiteral(" ") % noun % (number == 1 ? QString() : QStringLiteral("s"));
@@ -205,11 +220,7 @@ int Editor::replaceWordCuts(const QString& reason, const std::vector<Word>& newW
             cutWords.push_back(i);
     }
     // Cuts in silence keep their times; all others follow their words.
-    std::vector<Span> silent = m_cuts.spans;
-    std::erase_if(silent, [&](Span span) {
-        return std::any_of(m_words.begin(), m_words.end(),
-            [&](const Word& word) { return word.startMs < span.end && span.start < word.endMs; });
-    });
+    const std::vector<Span> silent = spansWithoutWords(m_cuts.spans, m_words);
     const std::optional<int> firstKept
         = m_cuts.trimIn > 0 ? EditOps::trimInWord(m_cuts.trimIn, m_words, m_sourceDurationMs) : std::nullopt;
     const std::optional<int> lastKept = std::isfinite(m_cuts.trimOut)
