@@ -73,7 +73,7 @@ QJsonObject commonProperties()
     const QString version = QCoreApplication::applicationVersion();
     return {
         {QStringLiteral("$lib"), QStringLiteral("kelmo-mac")},
-        {QStringLiteral("app"), QStringLiteral("kelmo-editor")},
+        {QStringLiteral("app"), QStringLiteral(KELMO_APP_ID).section(QLatin1Char('.'), -1)},
         {QStringLiteral("app_version"), version.isEmpty() ? QStringLiteral("?") : version},
         {QStringLiteral("os_version"), QSysInfo::prettyProductName()},
     };

@@ -56,8 +56,7 @@ TEST_F(AnalyticsTest, captureSendsOneCompleteEvent)
                     .match(body.value(QLatin1String("timestamp")).toString())
                     .hasMatch());
     const QJsonObject expected{{QStringLiteral("$lib"), QStringLiteral("kelmo-mac")},
-        {QStringLiteral("app"), QStringLiteral("kelmo-editor")},
-        {QStringLiteral("app_version"), QStringLiteral("mine")},
+        {QStringLiteral("app"), QStringLiteral("editor")}, {QStringLiteral("app_version"), QStringLiteral("mine")},
         {QStringLiteral("os_version"), QSysInfo::prettyProductName()},
         {QStringLiteral("codec"), QStringLiteral("hevc")}, {QStringLiteral("elapsed_ms"), 1234},
         {QStringLiteral("distinct_id"), Analytics::distinctID()}};
