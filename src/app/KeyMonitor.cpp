@@ -36,10 +36,13 @@ bool KeyMonitor::timelineKey(int key, Qt::KeyboardModifiers modifiers, bool inMa
 }
 
 /// The toolkit hands a key to the window first and then to the widget in it; synthetic ones may start at the widget.
+/// The keys of an open menu come by way of the window too.
 bool KeyMonitor::isInMainWindow(const QObject* receiver) const
 {
     if (!m_window)
         return true;
+    if (QApplication::activePopupWidget())
+        return false;
     if (const auto* widget = qobject_cast<const QWidget*>(receiver))
         return widget->window() == m_window;
     return receiver == m_window->windowHandle();

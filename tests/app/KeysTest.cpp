@@ -106,6 +106,13 @@ TEST_F(Keys, deleteAndEscapeActOnTheSelectedPieceOnly)
         key(Qt::Key_Escape, held);
         EXPECT_TRUE(editor().selection()) << int(held);
     }
+    key(Qt::Key_F10);
+    ASSERT_TRUE(waitUntil([] { return QApplication::activePopupWidget() != nullptr; }));
+    key(Qt::Key_Delete);
+    key(Qt::Key_Escape);
+    EXPECT_FALSE(QApplication::activePopupWidget()) << "an open menu gets its keys";
+    EXPECT_TRUE(editor().selection());
+
     QLineEdit& field = fieldWithFocus();
     type(QStringLiteral("ab"));
     key(Qt::Key_Backspace);
