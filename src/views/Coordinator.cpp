@@ -167,7 +167,12 @@ void Coordinator::textViewDidChangeSelection()
     if (m_programmatic)
         return;
     m_editor.setSelection(std::nullopt);
-    if (const std::optional<int> under = word(m_textView->selectedRange().location))
+    const std::optional<int> under = word(m_textView->selectedRange().location);
+    // Every step of a drag that began here would say its word anew.
+    if (m_textView->isExtending() && under == m_sought)
+        return;
+    m_sought = under;
+    if (under)
         m_editor.seekToWord(*under);
 }
 

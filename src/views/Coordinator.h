@@ -39,6 +39,7 @@ private:
     std::vector<TextRange> m_wordRanges;
     std::vector<bool> m_fillers; ///< For each word, whether it is one, because normalising 25,000 words takes time.
     std::optional<int> m_highlighted;
+    std::optional<int> m_sought; ///< The word that the user's selection has led to last.
     bool m_programmatic = false; ///< The text or the selection changes by itself, so the user didn't select.
 };
 

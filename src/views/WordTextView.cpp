@@ -95,10 +95,10 @@ void WordTextView::setSelectedRange(TextRange range)
     caretMoved(before, caretBefore);
 }
 
-void WordTextView::caretMoved(TextRange before, int caretBefore)
+bool WordTextView::caretMoved(TextRange before, int caretBefore)
 {
     if (m_caret.selection() == before && m_caret.position() == caretBefore)
-        return;
+        return false;
     viewport()->update(caretBox(caretBefore).toAlignedRect());
     updateBoxes(before);
     updateBoxes(m_caret.selection());
@@ -106,6 +106,7 @@ void WordTextView::caretMoved(TextRange before, int caretBefore)
         m_blink.start();
     AccessibleWordText::tellCaret(*this, before);
     Q_EMIT selectionChanged();
+    return true;
 }
 
 void WordTextView::updateBoxes(TextRange range)

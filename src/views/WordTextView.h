@@ -35,6 +35,7 @@ public:
     [[nodiscard]] TextRange selectedRange() const { return m_caret.selection(); }
     [[nodiscard]] int caretPosition() const { return m_caret.position(); }
     void setSelectedRange(TextRange range); ///< As if the user had selected it, but scrolls nothing.
+    [[nodiscard]] bool isExtending() const { return m_extending; } ///< The mouse is drawing the selection further.
 
     void reveal(TextRange range); ///< Scrolls when it isn't in sight.
     void follow(TextRange range); ///< Keeps it in the upper third, unless the user is looking elsewhere.
@@ -51,7 +52,8 @@ public Q_SLOTS:
     void selectAll();
 
 Q_SIGNALS:
-    void selectionChanged(); ///< Caret or selection, by the user or by the program.
+    /// Caret or selection, by the user or by the program; also when the user presses where the caret is already.
+    void selectionChanged();
 
 protected:
     bool event(QEvent* event) override;
@@ -72,7 +74,7 @@ private:
     // WordTextView.cpp
     void layOut();
     void updateRange();
-    void caretMoved(TextRange before, int caretBefore);
+    bool caretMoved(TextRange before, int caretBefore); ///< False when it is where it was.
     void showCaret();
     void updateBoxes(TextRange range);
     [[nodiscard]] QPointF origin() const; ///< Of the page, in the viewport.
@@ -82,7 +84,7 @@ private:
     // WordTextViewInput.cpp
     [[nodiscard]] bool handles(const QKeyEvent& key) const;
     bool edit(const QKeyEvent& key);
-    template <class Change> void changeCaret(Change change);
+    template <class Change> bool changeCaret(Change change);
     void press(QPointF at, TextCaret::Unit unit);
     void dragTo(QPointF at);
 
@@ -96,6 +98,7 @@ private:
     OverlayScroller m_scroller;
 
     bool m_dragging = false;
+    bool m_extending = false;
     QPointF m_pointer; ///< While dragging.
     int m_autoscroll = 0; ///< Timer, 0 when not running.
     QElapsedTimer m_sinceDoubleClick;

@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QMouseEvent>
+#include <QScopedValueRollback>
 #include <QStyleHints>
 
 namespace kelmo {
@@ -23,12 +24,12 @@ bool isDelete(const QKeyEvent& key) { return key.key() == Qt::Key_Backspace || k
 } // namespace
 
 /// Changes the caret as the user asked for, and lets everybody know.
-template <class Change> void WordTextView::changeCaret(Change change)
+template <class Change> bool WordTextView::changeCaret(Change change)
 {
     const TextRange before = m_caret.selection();
     const int caretBefore = m_caret.position();
     change();
-    caretMoved(before, caretBefore);
+    return caretMoved(before, caretBefore);
 }
 
 // Keys.
@@ -113,7 +114,9 @@ void WordTextView::press(QPointF at, TextCaret::Unit unit)
     m_glide.stop();
     m_dragging = true;
     m_pointer = at;
-    changeCaret([&] { m_caret.begin(positionAt(at), unit); });
+    // Whoever presses on the same word again wants to hear it again.
+    if (!changeCaret([&] { m_caret.begin(positionAt(at), unit); }))
+        Q_EMIT selectionChanged();
 }
 
 void WordTextView::mousePressEvent(QMouseEvent* event)
@@ -158,6 +161,7 @@ void WordTextView::mouseMoveEvent(QMouseEvent* event)
 
 void WordTextView::dragTo(QPointF at)
 {
+    const QScopedValueRollback<bool> guard(m_extending, true);
     changeCaret([&] { m_caret.extendTo(positionAt(at)); });
 }
 

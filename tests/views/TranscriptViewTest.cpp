@@ -2,8 +2,9 @@
 
 #include "telemetry/Log.h"
 
-#include <QCoreApplication>
+#include <QGuiApplication>
 #include <QProcess>
+#include <QStyleHints>
 
 namespace kelmo {
 
@@ -192,6 +193,35 @@ TEST_F(TranscriptViewTest, caretMovedByKeysTakesThePlayheadAlongWordByWord)
     }
     EXPECT_EQ(playheads, (std::vector<double>{0, 0, 0, 500, 500, 500, 500, 1000}));
     EXPECT_EQ(m_editor.playhead().word(), 2);
+}
+
+TEST_F(TranscriptViewTest, wordPressedAgainIsHeardAgainAndADragLetsThePlayheadGo)
+{
+    open(said(utf8("one two three four")));
+    show();
+    QWidget& page = *text().viewport();
+    const auto drag = [&page](QPoint to) {
+        const QPointF at(to);
+        QMouseEvent move(
+            QEvent::MouseMove, at, page.mapToGlobal(at), Qt::NoButton, Qt::LeftButton, Qt::KeyboardModifiers());
+        QCoreApplication::sendEvent(&page, &move);
+    };
+    QTest::mousePress(&page, Qt::LeftButton, {}, in(utf8("two")));
+    EXPECT_EQ(m_editor.playhead().ms(), 500);
+    m_editor.previewSource(1600); // As if it had played on.
+    drag(in(utf8("four")));
+    EXPECT_EQ(m_editor.playhead().ms(), 1600);
+    drag(in(utf8("one")));
+    EXPECT_EQ(m_editor.playhead().ms(), 0) << "the selection begins elsewhere";
+    QTest::mouseRelease(&page, Qt::LeftButton, {}, in(utf8("one")));
+
+    QTest::qWait(2 * QGuiApplication::styleHints()->mouseDoubleClickInterval());
+    for (int i = 0; i < 2; ++i) {
+        m_editor.previewSource(1600);
+        QTest::mouseClick(&page, Qt::LeftButton, {}, in(utf8("two")));
+        EXPECT_EQ(m_editor.playhead().ms(), 500) << i;
+        QTest::qWait(2 * QGuiApplication::styleHints()->mouseDoubleClickInterval());
+    }
 }
 
 TEST_F(TranscriptViewTest, playheadsWordIsHighlightedAndFollowedInTheUpperThirdWhilePlaying)
