@@ -54,6 +54,7 @@ LinkBar::LinkBar(Sharer& sharer, Editor& editor, QWidget* parent)
     connect(&sharer, &Sharer::changed, this, &LinkBar::reportError);
     connect(&editor, &Editor::cutsChanged, this, &LinkBar::refresh);
     connect(&editor, &Editor::takeChanged, this, &LinkBar::refresh);
+    connect(&editor, &Editor::timelineChanged, this, &LinkBar::refresh);
     refresh();
 }
 
@@ -66,6 +67,12 @@ bool LinkBar::needsUpdate() const
         return false;
     // An upload that carries the current edit will make it so.
     return !isWorking() || m_sharer.uploadingSignature() != m_editor.cuts().signature();
+}
+
+/// A link can be copied at any time; to fill one, the take's media must be there.
+bool LinkBar::canTap() const
+{
+    return !m_sharer.isConfigured() || m_editor.built() || (m_sharer.record() && !needsUpdate());
 }
 
 QString LinkBar::text() const
@@ -92,8 +99,8 @@ QString LinkBar::buttonTip() const
 {
     if (!m_sharer.isConfigured())
         return QStringLiteral("Sign in once and every take gets a link");
-    if (!m_editor.take())
-        return QStringLiteral("Open a take first");
+    if (!canTap())
+        return m_editor.take() ? QStringLiteral("The take has yet to load") : QStringLiteral("Open a take first");
     const QString text = m_sharer.record() && !needsUpdate() ? QStringLiteral("Copy the link")
         : m_sharer.record()                                  ? QStringLiteral("Bring the link up to date and copy it")
                                                              : QStringLiteral("Upload the edit and copy its link");
@@ -132,7 +139,7 @@ void LinkBar::refresh()
     m_phase->setParts({{phase == text() ? QString() : phase, Theme::text3}});
     m_line->setProgress(m_sharer.progress());
     m_button->setText(buttonLabel());
-    m_button->setEnabled(!m_sharer.isConfigured() || m_editor.take());
+    m_button->setEnabled(canTap());
     m_button->setToolTip(buttonTip());
     m_button->updateGeometry();
     setToolTip(m_sharer.isConfigured() ? QString() : QStringLiteral("Sign in once and every take gets a link"));

@@ -31,6 +31,7 @@ private:
     void reportError();
     [[nodiscard]] bool isWorking() const;
     [[nodiscard]] bool needsUpdate() const;
+    [[nodiscard]] bool canTap() const;
     [[nodiscard]] QString text() const;
     [[nodiscard]] QString buttonLabel() const;
     [[nodiscard]] QString buttonTip() const;

@@ -121,6 +121,22 @@ TEST_F(LinkBarInWindow, anotherTakeDuringAnUploadWaitsForItsLink)
     EXPECT_TRUE(says(QStringLiteral("Share"))) << "once the upload of the first is done";
 }
 
+TEST_F(LinkBarInWindow, takeThatDoesNotLoadIsNotShared)
+{
+    launchWithServer();
+    for (const auto& [file, content] : {std::pair("bad.mov", "no movie"),
+             std::pair("bad_share.json", R"({"id":"1","url":"https://share.example/1","signature":"1-2"})")}) {
+        QFile written(m_takes.file(QString::fromLatin1(file)));
+        ASSERT_TRUE(written.open(QIODevice::WriteOnly));
+        written.write(content);
+    }
+    editor().open(m_takes.movie(QStringLiteral("bad")));
+    QAbstractButton* update = findButton(QStringLiteral("Update link"));
+    ASSERT_NE(update, nullptr);
+    EXPECT_FALSE(update->isEnabled());
+    EXPECT_EQ(update->toolTip(), QStringLiteral("The take has yet to load"));
+}
+
 TEST_F(LinkBarInWindow, failedShareIsToldUntilItIsDismissed)
 {
     launchWithServer();
