@@ -26,8 +26,11 @@ QTextCharFormat formatOf(const ClaudeAgent::Line& line)
 /// A line's own breaks stay within its block, and come out as line feeds when it is copied.
 QString inOneBlock(QString text)
 {
+    constexpr std::array<char16_t, 5> breaks{u'\n', u'\r', 0x2029, 0xfdd0, 0xfdd1}; // What a document breaks blocks at.
     text.replace(QLatin1String("\r\n"), QLatin1String("\n"));
-    return text.replace(u'\n', QChar::LineSeparator);
+    for (const char16_t each : breaks)
+        text.replace(QChar(each), QChar::LineSeparator);
+    return text;
 }
 
 } // namespace

@@ -171,7 +171,8 @@ TEST_F(AskClaudeBoxTest, linesCanBeSelectedAndCopiedWhileMoreArrive)
 
 TEST_F(AskClaudeBoxTest, floodKeepsTheWindowAliveAndTheListShort)
 {
-    m_home.write(QStringLiteral("event"), StandInClaude::says(QString(120, u'w')).chopped(1));
+    const QString broken = QString(60, u'w') % u'\r' % QString(60, u'w'); // One line of the list all the same.
+    m_home.write(QStringLiteral("event"), StandInClaude::says(broken).chopped(1));
     m_tool.install("yes \"$(cat \"$HOME/event\")\" | head -c 6000000");
     QElapsedTimer sinceTick;
     qint64 longestGap = 0;
