@@ -38,12 +38,13 @@ QSize ElidedLabel::minimumSizeHint() const
     return {std::min(leastWidth, whole.width()), whole.height()};
 }
 
-QString ElidedLabel::shown() const { return QFontMetricsF(font()).elidedText(text(), m_mode, width()); }
+/// A server's words may come with line feeds and tags; they are one line of plain text here.
+QString ElidedLabel::shown() const { return QFontMetricsF(font()).elidedText(text().simplified(), m_mode, width()); }
 
 bool ElidedLabel::event(QEvent* event)
 {
     if (event->type() == QEvent::ToolTip && toolTip().isEmpty() && shown() != text()) {
-        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), text(), this);
+        QToolTip::showText(static_cast<QHelpEvent*>(event)->globalPos(), Qt::convertFromPlainText(text()), this);
         return true;
     }
     return QLabel::event(event);
