@@ -12,11 +12,14 @@
 #include "views/TimelineBar.h"
 #include "views/TranscriptView.h"
 
+#include <QApplication>
 #include <QDragEnterEvent>
 #include <QKeyEvent>
 #include <QMimeData>
+#include <QMouseEvent>
 #include <QStackedWidget>
 #include <QVBoxLayout>
+#include <QWindow>
 
 namespace kelmo {
 
@@ -119,6 +122,23 @@ void RootView::dropEvent(QDropEvent* event)
 {
     event->acceptProposedAction();
     m_editor.open(fileIn(*event->mimeData()));
+}
+
+void RootView::mousePressEvent(QMouseEvent* event)
+{
+    m_grabbedAt.reset();
+    if (event->button() == Qt::LeftButton)
+        m_grabbedAt = event->globalPosition();
+}
+
+void RootView::mouseMoveEvent(QMouseEvent* event)
+{
+    if (!m_grabbedAt || !event->buttons().testFlag(Qt::LeftButton))
+        return;
+    if ((event->globalPosition() - *m_grabbedAt).manhattanLength() < QApplication::startDragDistance())
+        return;
+    m_grabbedAt.reset();
+    window()->windowHandle()->startSystemMove();
 }
 
 /// A click beside the controls goes back to the words, and so does a window that comes up.

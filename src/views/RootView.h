@@ -13,7 +13,7 @@ class HeaderBar;
 class TranscriptView;
 
 /// The whole content of the main window, from the header down to the link. A file of a take that is dropped
-/// anywhere on it is opened. Main thread.
+/// anywhere on it is opened, and the window moves when it is dragged beside the controls. Main thread.
 class RootView : public QWidget {
     Q_OBJECT
 
@@ -28,6 +28,8 @@ protected:
     void dropEvent(QDropEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
 
 private:
     void addPlayer(QVBoxLayout& column);
@@ -37,6 +39,7 @@ private:
     Sharer& m_sharer;
     HeaderBar* m_header; ///< Children.
     TranscriptView* m_transcript = nullptr;
+    std::optional<QPointF> m_grabbedAt; ///< Of the screen, until the window moves along.
 };
 
 } // namespace kelmo
