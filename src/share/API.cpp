@@ -76,10 +76,11 @@ QCoro::Task<Result<QJsonObject>> putPartOf(API api, QString path, QByteArray dat
     for (int attempt = 1;; ++attempt) {
         QCoro::Task<Result<QJsonObject>> sending = api.put(path, "application/octet-stream", data);
         const Result<QJsonObject> reply = co_await sending;
-        if (reply || attempt == partAttempts || !api.client)
+        if (reply || attempt == partAttempts || !api.client || api.client->isAborted())
             co_return reply;
         QTimer wait;
         wait.setTimerType(Qt::PreciseTimer);
+        QObject::connect(api.client, &HttpClient::dropped, &wait, [&wait] { wait.start(0); });
         wait.start(attempt * pace.retryWait);
         co_await wait;
     }

@@ -10,7 +10,7 @@
 namespace kelmo {
 
 /// A share server as one user sees it: makes authorised requests, sends them and turns replies into JSON or errors. A
-/// value that does not change; copies may be in use at once, on the main thread.
+/// value that does not change; copies may be in use at once, each on the thread of its client.
 class API {
 public:
     struct Request {
@@ -39,7 +39,7 @@ public:
     [[nodiscard]] QCoro::Task<Result<QJsonObject>> put(
         const QString& path, const QByteArray& contentType, const QByteArray& body) const;
 
-    /// Uploads part `n` of a share, in at most three attempts.
+    /// Uploads part `n` of a share, in at most three attempts. `data` is not copied, not even when it is raw.
     [[nodiscard]] QCoro::Task<Result<QJsonObject>> putPart(
         const QString& id, qint64 n, const QByteArray& data, const SharePace& pace) const;
 };

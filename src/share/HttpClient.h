@@ -17,8 +17,8 @@ struct HttpAnswer {
 };
 
 /// Sends requests, each exactly once: nothing is sent again on a connection that broke, and no redirection is followed.
-/// Several may be under way. Owned by whoever shares; main thread only. What is under way when it goes, or when it is
-/// aborted, fails as cancelled.
+/// Several may be under way. Owned by whoever shares; lives on one thread, which runs an event loop. What is under way
+/// when it goes, or when it is aborted, fails as cancelled.
 class HttpClient : public QObject {
     Q_OBJECT
 
@@ -36,6 +36,7 @@ public:
     void dropAll();
     /// The same, and from now on each `send` fails at once.
     void abort();
+    [[nodiscard]] bool isAborted() const { return m_aborted; }
 
 Q_SIGNALS:
     void dropped();

@@ -4,9 +4,9 @@
 
 namespace kelmo {
 
-Result<std::shared_ptr<PartReader>> PartReader::open(const QString& path, qint64 partSize)
+Result<std::unique_ptr<PartReader>> PartReader::open(const QString& path, qint64 partSize)
 {
-    const std::shared_ptr<PartReader> reader(new PartReader(path, partSize));
+    std::unique_ptr<PartReader> reader(new PartReader(path, partSize));
     if (!reader->m_file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         return reader->unreadable();
     reader->m_size = reader->m_file.size();
@@ -23,17 +23,14 @@ qint64 PartReader::count() const { return std::max<qint64>(1, m_size / m_partSiz
 
 Result<QByteArray> PartReader::part(qint64 n)
 {
-    const std::lock_guard lock(m_mutex);
     if (n > count())
         return QByteArray();
     const qint64 offset = (n - 1) * m_partSize;
     const qint64 length = std::min(m_partSize, m_size - offset);
-    if (!m_file.seek(offset))
+    m_bytes.resize(length);
+    if (!m_file.seek(offset) || m_file.read(m_bytes.data(), length) != length)
         return unreadable();
-    QByteArray bytes = m_file.read(length);
-    if (bytes.size() != length)
-        return unreadable();
-    return bytes;
+    return QByteArray::fromRawData(m_bytes.constData(), length);
 }
 
 tl::unexpected<Error> PartReader::unreadable() const

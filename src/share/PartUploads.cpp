@@ -1,5 +1,7 @@
 #include "share/PartUploads.h"
 
+#include "share/PartReader.h"
+
 #include <QCoroFuture>
 #include <QtConcurrent>
 
@@ -7,61 +9,105 @@ namespace kelmo {
 
 namespace {
 
-constexpr qint64 partsAtOnce = 4;
+constexpr int threads = 2;
+constexpr int lanesOfThread = 2;
 
 } // namespace
 
-PartUploads::PartUploads(API api, QString id, std::shared_ptr<PartReader> reader, const SharePace& pace)
+PartUploads::PartUploads(API api, QString id, qint64 partSize, const SharePace& pace)
     : m_api(std::move(api))
     , m_id(std::move(id))
-    , m_reader(std::move(reader))
+    , m_partSize(partSize)
     , m_pace(pace)
 {
+    m_threads.setMaxThreadCount(threads);
 }
 
-QCoro::Task<Result<QJsonArray>> PartUploads::run()
+PartUploads::~PartUploads() { abort(); }
+
+QCoro::Task<Result<QJsonArray>> PartUploads::run(QString path)
 {
-    std::vector<QCoro::Task<void>> lanes;
-    for (qint64 i = 0; i < std::min(m_reader->count(), partsAtOnce); ++i)
-        lanes.push_back(lane());
-    for (QCoro::Task<void>& each : lanes)
+    m_path = std::move(path);
+    const Result<std::unique_ptr<PartReader>> file = PartReader::open(m_path, m_partSize);
+    if (!file)
+        co_return tl::unexpected(file.error());
+    m_count = (*file)->count();
+    std::vector<QFuture<void>> sending;
+    for (int i = 0; i < threads; ++i)
+        sending.push_back(QtConcurrent::run(&m_threads, &PartUploads::send, this));
+    for (const QFuture<void>& each : sending)
         co_await each;
     if (m_error)
         co_return tl::unexpected(*m_error);
     co_return m_replies;
 }
 
-// Each lane takes the next part as soon as its last one is there, so that as many are under way as there are lanes.
-QCoro::Task<void> PartUploads::lane()
+void PartUploads::abort()
 {
-    while (!m_error && m_next <= m_reader->count()) {
-        const qint64 n = m_next++;
-        const QFuture<Result<QByteArray>> reading
-            = QtConcurrent::run([reader = m_reader, n] { return reader->part(n); });
-        const Result<QByteArray> bytes = co_await reading;
+    fail(shareCancelled().value());
+    m_threads.waitForDone();
+}
+
+void PartUploads::send()
+{
+    HttpClient client(m_pace.requestTimeout);
+    connect(this, &PartUploads::failed, &client, &HttpClient::abort);
+    API api = m_api;
+    api.client = &client;
+    std::vector<QCoro::Task<void>> lanes;
+    for (int i = 0; i < lanesOfThread; ++i)
+        lanes.push_back(lane(api));
+    for (const QCoro::Task<void>& each : lanes)
+        QCoro::waitFor(each);
+}
+
+// Takes the next part as soon as its last one is there, so that as many are under way as there are lanes.
+QCoro::Task<void> PartUploads::lane(API api)
+{
+    const Result<std::unique_ptr<PartReader>> reader = PartReader::open(m_path, m_partSize);
+    if (!reader)
+        fail(reader.error());
+    while (const std::optional<qint64> n = next()) {
+        const Result<QByteArray> bytes = (*reader)->part(*n);
         if (!bytes) {
             fail(bytes.error());
             co_return;
         }
-        QCoro::Task<Result<QJsonObject>> putting = m_api.putPart(m_id, n, *bytes, m_pace);
+        QCoro::Task<Result<QJsonObject>> putting = api.putPart(m_id, *n, *bytes, m_pace);
         const Result<QJsonObject> reply = co_await putting;
         if (!reply) {
             fail(reply.error());
             co_return;
         }
-        m_replies.append(*reply);
-        m_sent += bytes->size();
-        Q_EMIT sent(m_sent);
+        keep(*reply, bytes->size());
     }
+}
+
+std::optional<qint64> PartUploads::next()
+{
+    const std::lock_guard lock(m_mutex);
+    if (m_error || m_next > m_count)
+        return std::nullopt;
+    return m_next++;
+}
+
+void PartUploads::keep(const QJsonObject& reply, qint64 bytes)
+{
+    const std::lock_guard lock(m_mutex);
+    m_replies.append(reply);
+    m_sent += bytes;
+    Q_EMIT sent(m_sent);
 }
 
 void PartUploads::fail(const Error& error)
 {
-    if (m_error)
-        return;
-    m_error = error;
-    if (m_api.client)
-        m_api.client->abort();
+    {
+        const std::lock_guard lock(m_mutex);
+        if (m_error)
+            return;
+        m_error = error;
+    }
+    Q_EMIT failed();
 }
 
 } // namespace kelmo

@@ -7,6 +7,7 @@
 
 #include <QBuffer>
 #include <QCoroFuture>
+#include <QFileInfo>
 #include <QImage>
 #include <QtConcurrent>
 
@@ -47,19 +48,20 @@ ShareUpload::ShareUpload(Editor& editor, Order order, const SharePace& pace)
     : m_editor(&editor)
     , m_pace(pace)
     , m_client(pace.requestTimeout)
-    , m_partClient(pace.requestTimeout)
     , m_reportClient(pace.requestTimeout)
     , m_order(std::move(order))
+    , m_parts(m_order.api, m_order.id, m_order.partSize, pace)
     , m_reports(through(m_order.api, m_reportClient), m_order.id)
 {
     m_exportTicks.setInterval(pace.exportTick);
     connect(&m_exportTicks, &QTimer::timeout, this, &ShareUpload::followExport);
+    connect(&m_parts, &PartUploads::sent, this, &ShareUpload::followParts);
 }
 
 void ShareUpload::abort()
 {
     m_client.abort();
-    m_partClient.abort();
+    m_parts.abort();
     m_reportClient.abort();
 }
 
@@ -119,14 +121,9 @@ QCoro::Task<void> ShareUpload::sendPoster(std::shared_ptr<const Built> edit)
 
 QCoro::Task<Result<void>> ShareUpload::sendVideo(QString path)
 {
-    const Result<std::shared_ptr<PartReader>> reader = PartReader::open(path, m_order.partSize);
-    if (!reader)
-        co_return tl::unexpected(reader.error());
-    m_bytes = (*reader)->size();
-    PartUploads parts(through(m_order.api, m_partClient), m_order.id, *reader, m_pace);
-    connect(&parts, &PartUploads::sent, this, [this](qint64 sent) { followParts(sent, m_bytes); });
-    followParts(0, m_bytes);
-    QCoro::Task<Result<QJsonArray>> uploading = parts.run();
+    m_bytes = QFileInfo(path).size();
+    followParts(0);
+    QCoro::Task<Result<QJsonArray>> uploading = m_parts.run(path);
     const Result<QJsonArray> replies = co_await uploading;
     if (!replies)
         co_return tl::unexpected(replies.error());
@@ -144,9 +141,9 @@ QCoro::Task<Result<void>> ShareUpload::sendVideo(QString path)
     co_return Result<void>();
 }
 
-void ShareUpload::followParts(qint64 sent, qint64 size)
+void ShareUpload::followParts(qint64 sent)
 {
-    const double fraction = double(sent) / double(std::max<qint64>(size, 1));
+    const double fraction = double(sent) / double(std::max<qint64>(m_bytes, 1));
     Q_EMIT moved(QStringLiteral("Uploading ") % percent(fraction), exportShare + (1 - exportShare) * fraction);
     m_reports.send(QStringLiteral("uploading"), fraction);
 }

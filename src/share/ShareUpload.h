@@ -31,7 +31,7 @@ public:
     /// Tells the page that nothing will come.
     [[nodiscard]] QCoro::Task<void> reportFailure();
 
-    void abort();
+    void abort(); ///< Waits until no part is under way.
 
 Q_SIGNALS:
     void moved(const QString& phase, double progress); ///< `progress` is from 0 to 1, over all.
@@ -41,15 +41,15 @@ private:
     [[nodiscard]] QCoro::Task<void> sendPoster(std::shared_ptr<const Built> edit);
     [[nodiscard]] QCoro::Task<Result<void>> sendVideo(QString path);
     void followExport();
-    void followParts(qint64 sent, qint64 size);
+    void followParts(qint64 sent);
     void announce(double exportedMs);
 
     const QPointer<Editor> m_editor;
     const SharePace m_pace;
-    HttpClient m_client; ///< For everything but the parts, whose failure ends what else is under way among them,
-    HttpClient m_partClient;
+    HttpClient m_client; ///< For everything but the parts, which have their own,
     HttpClient m_reportClient; ///< and the reports, which are given up when they take too long.
     const Order m_order;
+    PartUploads m_parts;
     ProgressReports m_reports;
     QTimer m_exportTicks;
     double m_reportedMs = 0;

@@ -1,9 +1,11 @@
 #include "share/API.h"
 
 #include "share/PartReader.h"
+#include "share/PartUploads.h"
 #include "tests/fakes/ShareServer.h"
 
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -116,6 +118,46 @@ TEST_F(APITest, abortEndsWhatIsUnderWayAndWhatComesAfter)
     ASSERT_FALSE(cancelled);
     EXPECT_EQ(cancelled.error(), shareCancelled().value());
     QCoro::Task<Result<QJsonObject>> later = api().putPart(text("1"), 1, "x", {});
+    EXPECT_EQ(QCoro::waitFor(later), cancelled);
+}
+
+TEST_F(APITest, abortEndsTheWaitBetweenTwoAttempts)
+{
+    m_server->setScript([](const ShareServer::Request&) { return Handling{Fault::Status, 500}; });
+    SharePace pace;
+    pace.retryWait = std::chrono::hours(1);
+    QCoro::Task<Result<QJsonObject>> putting = api().putPart(text("1"), 1, "x", pace);
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, [&] {
+        if (m_server->requests().size() == 1)
+            m_client.abort();
+    });
+    poll.start(50);
+    const Result<QJsonObject> failed = QCoro::waitFor(putting);
+    ASSERT_FALSE(failed);
+    EXPECT_EQ(m_server->requests().size(), 1U);
+}
+
+TEST_F(APITest, partUploadsEndAtOnceWhenAborted)
+{
+    QFile file(m_folder.filePath(text("movie.mp4")));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray(1'000'000, 'x'));
+    file.close();
+    m_server->setScript([](const ShareServer::Request&) { return Handling{Fault::Silent}; });
+    PartUploads uploads(api(), text("1"), 100'000, {});
+    QCoro::Task<Result<QJsonArray>> running = uploads.run(file.fileName());
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, [&] {
+        if (m_server->requests().size() == 4)
+            uploads.abort();
+    });
+    poll.start(50);
+    const Result<QJsonArray> cancelled = QCoro::waitFor(running);
+    ASSERT_FALSE(cancelled);
+    EXPECT_EQ(cancelled.error(), shareCancelled().value());
+    EXPECT_EQ(m_server->requests().size(), 4U);
+    QCoro::Task<Result<QJsonArray>> later = uploads.run(file.fileName());
     EXPECT_EQ(QCoro::waitFor(later), cancelled);
 }
 
