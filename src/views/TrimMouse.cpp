@@ -82,4 +82,15 @@ void TrimMouse::leaveEvent(QEvent*)
         pointAt(std::nullopt);
 }
 
+/// A window that is closed with the button down never hears of its release.
+void TrimMouse::hideEvent(QHideEvent*)
+{
+    if (std::exchange(m_pressed, false) && up && m_pointer) {
+        // Not now: what ends with the drag may be among the widgets that are being hidden.
+        QMetaObject::invokeMethod(
+            this, [this, at = *m_pointer] { up(at); }, Qt::QueuedConnection);
+    }
+    pointAt(std::nullopt);
+}
+
 } // namespace kelmo

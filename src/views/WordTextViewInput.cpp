@@ -176,6 +176,13 @@ void WordTextView::mouseReleaseEvent(QMouseEvent* event)
         clipboard->setText(m_page.text().mid(range.location, range.length), QClipboard::Selection);
 }
 
+/// A window that is closed with the button down never hears of its release.
+void WordTextView::hideEvent(QHideEvent* event)
+{
+    m_dragging = false;
+    QAbstractScrollArea::hideEvent(event);
+}
+
 void WordTextView::timerEvent(QTimerEvent* event)
 {
     if (event->timerId() != m_autoscroll) {

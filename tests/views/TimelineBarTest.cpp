@@ -229,6 +229,23 @@ TEST_F(TimelineBarTest, anotherTakeEndsTheDragAndItsHandle)
     EXPECT_EQ(m_editor->cuts().trimIn, 5000) << "without words the handle follows the pointer";
 }
 
+TEST_F(TimelineBarTest, windowClosedDuringADragEndsItThere)
+{
+    openTake();
+    press(at(0));
+    move(at(6000));
+    const std::optional<TimelineBar::Mode> dragged = m_bar->mode();
+    m_window->hide();
+    EXPECT_EQ(dragged, TimelineBar::Mode::TrimIn);
+    EXPECT_TRUE(waitUntil([this] { return !m_bar->mode(); }));
+    const double trimIn = m_editor->cuts().trimIn;
+    EXPECT_NEAR(trimIn, 6000, 300);
+    m_window->show();
+    move(at(9000));
+    release(at(9000));
+    EXPECT_EQ(m_editor->cuts().trimIn, trimIn) << "the pointer has let go";
+}
+
 TEST_F(TimelineBarTest, withoutATakeNothingHappens)
 {
     drag({100, 20}, {400, 20});
