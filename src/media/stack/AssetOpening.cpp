@@ -22,8 +22,9 @@ constexpr MediaTime longestMovie{1000LL * 3600 * 1'000'000};
 constexpr int leastSampleRate = 1000;
 constexpr int mostSampleRate = 768'000;
 
-/// A file as libav reads it while the tables are built. Once `skipMediaData` is set, bytes inside `mdat` bodies are not
-/// read from disk: the demuxer needs to step over them, and nobody looks at what they hold.
+/// A file as libav reads it while the tables are built. With `hideTables` it finds no sample tables in it, which are
+/// read by us in a fraction of the time. With `skipMediaData` bytes inside `mdat` bodies are not read from disk: the
+/// demuxer needs to step over them, and nobody looks at what they hold.
 class TableIO {
 public:
     explicit TableIO(const QString& path)
@@ -51,6 +52,8 @@ public:
         return m_context != nullptr;
     }
 
+    void hideTables() { m_hide = true; }
+
     void skipMediaData()
     {
         m_skip = true;
@@ -75,6 +78,8 @@ private:
         const qint64 got = io->m_file.read(reinterpret_cast<char*>(buffer), size);
         if (got < 0)
             return AVERROR(EIO);
+        if (io->m_hide)
+            io->hideTablesIn(buffer, got);
         io->m_position += got;
         return got == 0 ? AVERROR_EOF : int(got);
     }
@@ -94,10 +99,23 @@ private:
         return offset;
     }
 
+    /// Makes free space of the tables whose types lie in the `count` bytes from the current position on.
+    void hideTablesIn(uint8_t* buffer, int64_t count) const
+    {
+        static constexpr char freeSpace[] = "free";
+        const std::vector<int64_t>& types = m_boxes.tableTypes;
+        auto type = std::upper_bound(types.begin(), types.end(), m_position - 4);
+        for (; type != types.end() && *type < m_position + count; ++type) {
+            for (int64_t i = std::max<int64_t>(0, m_position - *type); i < 4 && *type + i < m_position + count; ++i)
+                buffer[*type + i - m_position] = uint8_t(freeSpace[i]);
+        }
+    }
+
     QFile m_file;
     MovBoxes m_boxes;
     AVIOContext* m_context = nullptr;
     int64_t m_position = 0;
+    bool m_hide = false;
     bool m_skip = false;
 };
 
@@ -189,18 +207,6 @@ std::vector<EditSegment> editSegments(const MovBoxes& boxes, int trackId, Ratio 
     return segments;
 }
 
-/// How long the last sample lasts. With B-frames the demuxer only gives an average to each packet, but the length of
-/// the media as a whole is exact, and so is the last decoding time.
-int64_t lastDurationOf(const AVStream& stream, const StreamSamples& listed, bool isMov)
-{
-    // In a file that was cut off, the length also counts what is missing.
-    const bool complete = int(listed.samples.size()) >= avformat_index_get_entries_count(&stream);
-    if (!isMov || !complete || !isSane(stream.duration) || stream.duration <= 0 || listed.samples.empty())
-        return listed.lastDuration;
-    const int64_t rest = stream.duration - (listed.samples.back().dts - listed.samples.front().dts);
-    return rest > 0 && rest < 60 * int64_t(stream.time_base.den) ? rest : listed.lastDuration;
-}
-
 bool isUsable(const AVStream& stream)
 {
     const AVCodecParameters& parameters = *stream.codecpar;
@@ -218,9 +224,8 @@ Track describedTrack(const AVStream& stream, StreamSamples listed, const MovBoxe
     track.stream = stream.index;
     track.type = stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO ? MediaType::Video : MediaType::Audio;
     const Ratio timeBase{stream.time_base.num, stream.time_base.den};
-    const int64_t lastDuration = lastDurationOf(stream, listed, isMov);
     track.index = SampleIndex(std::move(listed.samples),
-        isMov ? editSegments(boxes, stream.id, timeBase) : std::vector<EditSegment>(), timeBase, lastDuration);
+        isMov ? editSegments(boxes, stream.id, timeBase) : std::vector<EditSegment>(), timeBase, listed.lastDuration);
     track.range = track.index.range();
     AvHandle<AVCodecParameters> parameters(avcodec_parameters_alloc());
     avcodec_parameters_copy(parameters.get(), stream.codecpar);
@@ -257,8 +262,66 @@ Result<AvHandle<AVFormatContext>> openContainer(const QString& path)
 
 namespace {
 
-/// The tables of a file, by its index where that may be; none when it must be stepped through after all.
-Result<std::optional<AssetTables>> readTables(const QString& path, bool byIndex)
+/// How long the last sample lasts. With B-frames the demuxer only gives an average to each packet, but the length of
+/// the media as a whole is exact, and so is the last decoding time.
+int64_t lastDurationOf(const AVStream& stream, const StreamSamples& listed)
+{
+    // In a file that was cut off, the length also counts what is missing.
+    const bool complete = int(listed.samples.size()) >= avformat_index_get_entries_count(&stream);
+    if (!complete || !isSane(stream.duration) || stream.duration <= 0 || listed.samples.empty())
+        return listed.lastDuration;
+    const int64_t rest = stream.duration - (listed.samples.back().dts - listed.samples.front().dts);
+    return rest > 0 && rest < 60 * int64_t(stream.time_base.den) ? rest : listed.lastDuration;
+}
+
+/// How many bytes a moment of a stream's sound takes when it is uncompressed, 0 when it is not; none for pictures.
+std::optional<int> soundFrameSize(const AVCodecParameters& parameters)
+{
+    if (parameters.codec_type != AVMEDIA_TYPE_AUDIO)
+        return std::nullopt;
+    const bool pcm = parameters.codec_id >= AV_CODEC_ID_FIRST_AUDIO && parameters.codec_id < AV_CODEC_ID_ADPCM_IMA_QT;
+    return pcm ? av_get_bits_per_sample(parameters.codec_id) / 8 * parameters.ch_layout.nb_channels : 0;
+}
+
+/// The samples of the wanted streams from the tables that libav did not get to see.
+std::optional<std::vector<StreamSamples>> tabledSamples(
+    const AVFormatContext& format, const std::set<int>& wanted, const TableIO& io)
+{
+    std::vector<StreamSamples> listed(format.nb_streams);
+    for (const int stream : wanted) {
+        const auto track = io.boxes().tracks.find(format.streams[stream]->id);
+        if (track == io.boxes().tracks.end())
+            return std::nullopt;
+        std::optional<StreamSamples> samples
+            = listSamples(track->second, io.size(), soundFrameSize(*format.streams[stream]->codecpar));
+        if (!samples)
+            return std::nullopt;
+        listed[size_t(stream)] = *std::move(samples);
+    }
+    return listed;
+}
+
+/// The same by stepping through the file.
+Result<std::vector<StreamSamples>> steppedSamples(
+    AVFormatContext& format, const std::set<int>& wanted, TableIO& io, const QString& path)
+{
+    if (io.boxes().hasMovie) {
+        format.flags |= AVFMT_FLAG_NOPARSE | AVFMT_FLAG_NOFILLIN;
+        io.skipMediaData();
+    }
+    std::optional<std::vector<StreamSamples>> listed = listSamples(format, wanted, io.size());
+    if (!listed)
+        return tl::unexpected(openError(path, QStringLiteral("it has too many samples")));
+    for (const int stream : wanted) {
+        if (io.boxes().hasMovie)
+            listed->at(size_t(stream)).lastDuration
+                = lastDurationOf(*format.streams[stream], (*listed)[size_t(stream)]);
+    }
+    return *std::move(listed);
+}
+
+/// The tables of a file, by its own ones where that may be; none when it must be stepped through after all.
+Result<std::optional<AssetTables>> readTables(const QString& path, bool byTables)
 {
     TableIO io(path);
     if (!io.open())
@@ -267,6 +330,10 @@ Result<std::optional<AssetTables>> readTables(const QString& path, bool byIndex)
         return tl::unexpected(openError(path, QStringLiteral("the file is empty")));
     if (!io.boxes().mediaData.empty() && !io.boxes().hasMovie)
         return tl::unexpected(openError(path, QStringLiteral("the recording isn’t finished, or its end is missing")));
+    if (byTables && !io.boxes().isPlain)
+        return std::nullopt;
+    if (byTables)
+        io.hideTables();
 
     AVDictionary* options = nullptr;
     AvHandle<AVFormatContext> fresh = newInput(io.context(), &options);
@@ -276,24 +343,25 @@ Result<std::optional<AssetTables>> readTables(const QString& path, bool byIndex)
     AVFormatContext& format = **input;
     AssetTables tables;
     tables.isMov = io.boxes().hasMovie;
-    if (tables.isMov) {
-        format.flags |= AVFMT_FLAG_NOPARSE | AVFMT_FLAG_NOFILLIN;
-        io.skipMediaData();
-    } else if (const int code = avformat_find_stream_info(&format, nullptr); code < 0) {
+    if (const int code = tables.isMov ? 0 : avformat_find_stream_info(&format, nullptr); code < 0)
         return avFailure(code, QStringLiteral("Can’t read"), QFileInfo(path).fileName());
-    }
 
     const std::set<int> wanted = chooseStreams(format);
-    std::optional<std::vector<StreamSamples>> listed = byIndex && tables.isMov
-        ? listSamplesByIndex(format, wanted, io.size(), io.boxes())
-        : listSamples(format, wanted, io.size());
-    if (!listed && byIndex && tables.isMov)
-        return std::nullopt;
-    if (!listed)
-        return tl::unexpected(openError(path, QStringLiteral("it has too many samples")));
+    std::vector<StreamSamples> listed;
+    if (byTables) {
+        std::optional<std::vector<StreamSamples>> tabled = tabledSamples(format, wanted, io);
+        if (!tabled)
+            return std::nullopt;
+        listed = *std::move(tabled);
+    } else {
+        Result<std::vector<StreamSamples>> stepped = steppedSamples(format, wanted, io, path);
+        if (!stepped)
+            return tl::unexpected(stepped.error());
+        listed = *std::move(stepped);
+    }
     for (const int stream : wanted) {
         Track track
-            = describedTrack(*format.streams[stream], std::move((*listed)[size_t(stream)]), io.boxes(), tables.isMov);
+            = describedTrack(*format.streams[stream], std::move(listed[size_t(stream)]), io.boxes(), tables.isMov);
         if (track.range.end() > longestMovie || track.range.start < MediaTime{-longestMovie.us})
             return tl::unexpected(openError(path, QStringLiteral("its times make no sense")));
         if (!track.index.isEmpty())
@@ -309,8 +377,8 @@ Result<AssetTables> readTables(const QString& path)
     quietAvLog();
     if (!QFileInfo(path).isFile())
         return tl::unexpected(openError(path, QStringLiteral("there is no such file")));
-    for (const bool byIndex : {true, false}) {
-        Result<std::optional<AssetTables>> tables = readTables(path, byIndex);
+    for (const bool byTables : {true, false}) {
+        Result<std::optional<AssetTables>> tables = readTables(path, byTables);
         if (!tables)
             return tl::unexpected(tables.error());
         if (*tables)

@@ -26,6 +26,7 @@ public:
     }
 
     [[nodiscard]] int64_t left() const { return m_left; }
+    [[nodiscard]] const char* here() const { return m_data; }
     void skip(int64_t count) { take(count); }
     uint8_t u8() { return number<uint8_t>(); }
     uint32_t u32() { return number<uint32_t>(); }
@@ -77,12 +78,15 @@ private:
     int64_t m_left;
 };
 
-/// The time scale of an `mvhd` or `mdhd` body, which share their first fields.
-int64_t timescaleOf(Bytes header)
+/// The clock of an `mvhd` or `mdhd` body, which share their first fields.
+MovBoxes::Clock clockOf(Bytes header)
 {
     const bool wide = header.u8() == 1;
     header.skip(3 + (wide ? 16 : 8));
-    return header.u32();
+    const int64_t timescale = header.u32();
+    const uint64_t duration = wide ? header.u64() : header.u32();
+    const bool unknown = duration > INT64_MAX || (!wide && duration == UINT32_MAX);
+    return {timescale, unknown ? 0 : int64_t(duration)};
 }
 
 int trackIdOf(Bytes header)
@@ -108,58 +112,100 @@ std::vector<MovBoxes::Edit> editsOf(Bytes list)
     return edits;
 }
 
-std::vector<MovBoxes::Offset> offsetsOf(Bytes list)
-{
-    list.skip(4);
-    const uint32_t count = list.u32();
-    std::vector<MovBoxes::Offset> offsets;
-    for (uint32_t i = 0; i < count && list.left() >= 8; ++i) {
-        const uint32_t samples = list.u32();
-        offsets.push_back({samples, int32_t(list.u32())});
+/// Walks through a `moov` box that has been read whole.
+class MovieReader {
+public:
+    /// Notes what is found in `boxes`, whose `movie` stands at `position` in the file.
+    MovieReader(MovBoxes& boxes, int64_t position)
+        : m_boxes(boxes)
+        , m_position(position)
+    {
     }
-    return offsets;
-}
 
-/// Reads what is wanted of a track's boxes, at whatever depth it lies.
-void readTrackBoxes(Bytes boxes, int& id, MovBoxes::TrackBoxes& found)
-{
-    uint32_t type = 0;
-    Bytes body(nullptr, 0);
-    while (boxes.nextBox(type, body)) {
-        if (type == tag("tkhd"))
-            id = trackIdOf(body);
-        else if (type == tag("elst"))
-            found.edits = editsOf(body);
-        else if (type == tag("mdhd"))
-            found.timescale = timescaleOf(body);
-        else if (type == tag("ctts"))
-            found.offsets = offsetsOf(body);
-        else if (type == tag("edts") || type == tag("mdia") || type == tag("minf") || type == tag("stbl"))
-            readTrackBoxes(body, id, found);
+    void read()
+    {
+        Bytes movie(m_boxes.movie.constData(), m_boxes.movie.size());
+        uint32_t type = 0;
+        Bytes body(nullptr, 0);
+        while (movie.nextBox(type, body)) {
+            if (type == tag("mvhd"))
+                m_boxes.movieTimescale = clockOf(body).timescale;
+            else if (type == tag("trak"))
+                readTrack(body);
+            else if (type == tag("mvex"))
+                m_boxes.isPlain = false;
+        }
     }
-}
 
-void readTrack(Bytes track, MovBoxes& boxes)
-{
-    int id = 0;
-    MovBoxes::TrackBoxes found;
-    readTrackBoxes(track, id, found);
-    boxes.tracks[id] = std::move(found);
-}
-
-void readMovie(Bytes movie, MovBoxes& boxes)
-{
-    uint32_t type = 0;
-    Bytes body(nullptr, 0);
-    while (movie.nextBox(type, body)) {
-        if (type == tag("mvhd"))
-            boxes.movieTimescale = timescaleOf(body);
-        else if (type == tag("trak"))
-            readTrack(body, boxes);
-        else if (type == tag("mvex"))
-            boxes.isFragmented = true;
+private:
+    void readTrack(Bytes boxes)
+    {
+        int id = 0;
+        MovBoxes::TrackBoxes found;
+        readTrackBoxes(boxes, id, found);
+        m_boxes.isPlain = m_boxes.tracks.emplace(id, std::move(found)).second && m_boxes.isPlain;
     }
-}
+
+    /// Reads what is wanted of a track's boxes, at whatever depth it lies.
+    void readTrackBoxes(Bytes boxes, int& id, MovBoxes::TrackBoxes& found)
+    {
+        uint32_t type = 0;
+        Bytes body(nullptr, 0);
+        for (const char* box = boxes.here(); boxes.nextBox(type, body); box = boxes.here()) {
+            if (type == tag("tkhd"))
+                id = trackIdOf(body);
+            else if (type == tag("elst"))
+                found.edits = editsOf(body);
+            else if (type == tag("mdhd"))
+                found.clock = clockOf(body);
+            else if (type == tag("edts") || type == tag("mdia") || type == tag("minf") || type == tag("stbl"))
+                readTrackBoxes(body, id, found);
+            else
+                noteTable(type, body, m_position + (box - m_boxes.movie.constData()) + 4, found.samples);
+        }
+    }
+
+    void noteTable(uint32_t type, Bytes body, int64_t typeAt, MovBoxes::SampleTables& tables)
+    {
+        tables.hasOthers = tables.hasOthers || saysMore(type, body);
+        tables.wideOffsets = tables.wideOffsets || type == tag("co64");
+        if (QByteArrayView* const table = tableOf(type, tables)) {
+            *table = QByteArrayView(body.here(), body.left());
+            m_boxes.tableTypes.push_back(typeAt);
+        }
+    }
+
+    /// Whether a box tells of more key samples, or of sizes in another way.
+    static bool saysMore(uint32_t type, Bytes body)
+    {
+        body.skip(4);
+        return type == tag("stps") || type == tag("stz2") || (type == tag("sbgp") && body.u32() == tag("rap "));
+    }
+
+    static QByteArrayView* tableOf(uint32_t type, MovBoxes::SampleTables& tables)
+    {
+        switch (type) {
+        case tag("stts"):
+            return &tables.timeToSample;
+        case tag("ctts"):
+            return &tables.compositionOffsets;
+        case tag("stsz"):
+            return &tables.sampleSizes;
+        case tag("stsc"):
+            return &tables.sampleToChunk;
+        case tag("stco"):
+        case tag("co64"):
+            return &tables.chunkOffsets;
+        case tag("stss"):
+            return &tables.syncSamples;
+        default:
+            return nullptr;
+        }
+    }
+
+    MovBoxes& m_boxes;
+    const int64_t m_position;
+};
 
 } // namespace
 
@@ -183,13 +229,16 @@ MovBoxes MovBoxes::read(QFile& file)
         if (size < uint64_t(headSize) || size > uint64_t(INT64_MAX - at))
             break;
         const int64_t end = at + int64_t(size);
-        boxes.isFragmented = boxes.isFragmented || type == tag("moof");
+        boxes.isPlain = boxes.isPlain && type != tag("moof");
         if (type == tag("mdat"))
             boxes.mediaData.push_back({at + headSize, std::min(end, fileSize)});
-        if (type == tag("moov") && end <= fileSize && int64_t(size) < largestMovieBox && file.seek(at + headSize)) {
-            const QByteArray movie = file.read(int64_t(size) - headSize);
-            readMovie(Bytes(movie.constData(), movie.size()), boxes);
-            boxes.hasMovie = true;
+        if (type == tag("moov") && boxes.hasMovie) {
+            boxes.isPlain = false;
+        } else if (type == tag("moov") && end <= fileSize && int64_t(size) < largestMovieBox
+            && file.seek(at + headSize)) {
+            boxes.isPlain = boxes.hasMovie = true;
+            boxes.movie = file.read(int64_t(size) - headSize);
+            MovieReader(boxes, at + headSize).read();
         }
         at = end;
     }

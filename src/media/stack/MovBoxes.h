@@ -9,8 +9,8 @@
 
 namespace kelmo {
 
-/// What a QuickTime or MP4 file's own boxes say that the demuxer does not pass on: where its media data lies, and each
-/// track's edit list as written. Read in a few small reads; any thread.
+/// What a QuickTime or MP4 file's own boxes say: where its media data lies, and each track's edit list and sample
+/// tables as written. Read in a few reads, the tables not looked into; any thread.
 struct MovBoxes {
     struct ByteRange {
         int64_t start = 0; ///< Included.
@@ -22,22 +22,34 @@ struct MovBoxes {
         int64_t duration = 0;
         int64_t mediaTime = 0;
     };
-    /// How much later than decoded the next `count` samples are shown, in the track's ticks.
-    struct Offset {
-        uint32_t count = 0;
-        int32_t offset = 0;
+    /// The bodies of a track's sample tables, as they stand in the file; empty for those it does not have.
+    struct SampleTables {
+        QByteArrayView timeToSample; ///< `stts`
+        QByteArrayView compositionOffsets; ///< `ctts`
+        QByteArrayView sampleSizes; ///< `stsz`
+        QByteArrayView sampleToChunk; ///< `stsc`
+        QByteArrayView chunkOffsets; ///< `stco`, or `co64` when `wideOffsets`.
+        QByteArrayView syncSamples; ///< `stss`
+        bool wideOffsets = false;
+        bool hasOthers = false; ///< There are tables of a rarer kind that say more about samples.
+    };
+    struct Clock {
+        int64_t timescale = 0; ///< Ticks a second.
+        int64_t duration = 0; ///< Ticks; 0 when unknown.
     };
     struct TrackBoxes {
-        int64_t timescale = 0;
+        Clock clock;
         std::vector<Edit> edits;
-        std::vector<Offset> offsets; ///< Empty when samples are shown as they are decoded.
+        SampleTables samples;
     };
 
     std::vector<ByteRange> mediaData; ///< The bodies of the `mdat` boxes, ascending.
-    std::map<int, TrackBoxes> tracks; ///< By track id.
+    std::map<int, TrackBoxes> tracks; ///< By track id; their tables point into `movie`.
+    QByteArray movie; ///< The body of the `moov` box.
+    std::vector<int64_t> tableTypes; ///< Where in the file the types of the sample tables' boxes stand, ascending.
     int64_t movieTimescale = 0;
     bool hasMovie = false; ///< A whole `moov` box was there.
-    bool isFragmented = false; ///< There are samples that it does not list.
+    bool isPlain = false; ///< There is one `moov` box, which lists all samples of tracks that are told apart.
 
     /// Reads the box structure of an open file. A file of another kind, or a damaged one, gives what could be read.
     [[nodiscard]] static MovBoxes read(QFile& file);

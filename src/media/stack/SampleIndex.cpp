@@ -7,28 +7,55 @@ namespace kelmo {
 
 namespace {
 
-/// The sample to start at so that `sample` comes out whole. A picture that is decoded after a key but shown before it
-/// (a leading picture of an open group) may refer to what came before that key, so it is entered from the one before.
-int32_t entryPoint(const std::vector<Sample>& samples, const std::vector<int32_t>& keys, int32_t sample)
-{
-    auto next = std::upper_bound(keys.begin(), keys.end(), sample);
-    while (next != keys.begin()) {
-        --next;
-        if (samples[size_t(*next)].pts <= samples[size_t(sample)].pts)
-            return *next;
+/// Finds where to enter so that a sample comes out whole.
+class EntryPoints {
+public:
+    explicit EntryPoints(const std::vector<Sample>& samples)
+        : m_samples(samples)
+    {
+        for (size_t i = 0; i < samples.size(); ++i) {
+            if (samples[i].key)
+                m_keys.push_back(int32_t(i));
+        }
     }
-    return 0;
-}
+
+    /// A picture that is decoded after a key but shown before it (a leading picture of an open group) may refer to what
+    /// came before that key, so it is entered from the one before. Quick when asked for one sample after another.
+    int32_t of(int32_t sample)
+    {
+        if (m_samples[size_t(sample)].key)
+            return sample;
+        if (m_next > 0 && m_keys[m_next - 1] > sample)
+            m_next = size_t(std::upper_bound(m_keys.begin(), m_keys.end(), sample) - m_keys.begin());
+        while (m_next < m_keys.size() && m_keys[m_next] <= sample)
+            ++m_next;
+        for (size_t i = m_next; i > 0; --i) {
+            if (m_samples[size_t(m_keys[i - 1])].pts <= m_samples[size_t(sample)].pts)
+                return m_keys[i - 1];
+        }
+        return 0;
+    }
+
+private:
+    const std::vector<Sample>& m_samples;
+    std::vector<int32_t> m_keys;
+    size_t m_next = 0; ///< The first key after the sample that was asked for last.
+};
 
 std::vector<int32_t> inDisplayOrder(const std::vector<Sample>& samples)
 {
     std::vector<int32_t> order;
     order.reserve(samples.size());
+    bool inOrder = true;
     for (size_t i = 0; i < samples.size(); ++i) {
         // Recorders write empty samples for frames that they dropped; what was shown before them stays.
-        if (samples[i].size > 0)
-            order.push_back(int32_t(i));
+        if (samples[i].size <= 0)
+            continue;
+        inOrder = inOrder && (order.empty() || samples[size_t(order.back())].pts < samples[i].pts);
+        order.push_back(int32_t(i));
     }
+    if (inOrder)
+        return order;
     std::stable_sort(order.begin(), order.end(),
         [&](int32_t a, int32_t b) { return samples[size_t(a)].pts < samples[size_t(b)].pts; });
     const auto last = std::unique(order.begin(), order.end(),
@@ -54,12 +81,7 @@ void SampleIndex::present(int64_t lastDuration)
     const std::vector<int32_t> order = inDisplayOrder(m_samples);
     if (order.empty())
         return;
-    std::vector<int32_t> keys;
-    for (size_t i = 0; i < m_samples.size(); ++i) {
-        if (m_samples[i].key)
-            keys.push_back(int32_t(i));
-    }
-
+    EntryPoints entries(m_samples);
     const int64_t first = m_samples[size_t(order.front())].pts;
     const int64_t last = m_samples[size_t(order.back())].pts;
     if (lastDuration <= 0)
@@ -81,7 +103,7 @@ void SampleIndex::present(int64_t lastDuration)
             --from;
         for (; from != order.end() && m_samples[size_t(*from)].pts < edit.mediaStart + edit.duration; ++from) {
             const int64_t shift = std::max<int64_t>(0, m_samples[size_t(*from)].pts - edit.mediaStart);
-            m_displays.push_back({edit.presentStart + shift, *from, entryPoint(m_samples, keys, *from)});
+            m_displays.push_back({edit.presentStart + shift, *from, entries.of(*from)});
         }
         m_presentEnd = std::max(m_presentEnd, edit.presentStart + edit.duration);
     }

@@ -17,7 +17,7 @@ constexpr int64_t mostTicks = INT64_MAX / 8;
 
 struct StreamSamples {
     std::vector<Sample> samples; ///< In decoding order.
-    int64_t lastDuration = 0; ///< As the demuxer has it.
+    int64_t lastDuration = 0; ///< How long the last one lasts; not positive when nobody says.
 };
 
 /// Steps through the whole file and notes every sample of the wanted streams, one entry for each stream. None when
@@ -25,10 +25,10 @@ struct StreamSamples {
 [[nodiscard]] std::optional<std::vector<StreamSamples>> listSamples(
     AVFormatContext& input, const std::set<int>& wanted, int64_t fileSize);
 
-/// The same from the demuxer's own index and the offsets in `boxes`, many times as fast. None where the file is not of
-/// the plain kind, or where what the demuxer delivers first is not what was worked out; `input` has been read from
-/// then.
-[[nodiscard]] std::optional<std::vector<StreamSamples>> listSamplesByIndex(
-    AVFormatContext& input, const std::set<int>& wanted, int64_t fileSize, const MovBoxes& boxes);
+/// The same for one track, from its own tables: a few milliseconds for an hour. `soundFrameSize` is how many bytes a
+/// moment of uncompressed sound takes, 0 for compressed sound, none for pictures. None where the tables are of a rare
+/// kind or don't agree with each other.
+[[nodiscard]] std::optional<StreamSamples> listSamples(
+    const MovBoxes::TrackBoxes& track, int64_t fileSize, std::optional<int> soundFrameSize);
 
 } // namespace kelmo
