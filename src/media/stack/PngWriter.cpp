@@ -29,7 +29,10 @@ AvHandle<SwsContext> rgbScaler(const VideoFrame& frame, int width, int height)
     set("dstw", width);
     set("dsth", height);
     set("dst_format", AV_PIX_FMT_RGB24);
-    set("sws_flags", SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP);
+    // Without scaling only colours are spread over their pixels, for which two neighbours are enough.
+    const bool sameSize = width == frame.width() && height == frame.height();
+    set("sws_flags",
+        (sameSize ? SWS_BILINEAR : SWS_BICUBIC) | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP);
     set("threads", std::max(1U, std::thread::hardware_concurrency()));
     if (sws_init_context(scaler.get(), nullptr, nullptr) < 0)
         return nullptr;
