@@ -38,7 +38,7 @@ Options softwareOptions(const VideoEncoding& encoding)
     const QByteArray closed = "open-gop=0:log-level=error:keyint=" + keyFrames;
     if (best)
         return {{"preset", "medium"}, {"crf", "17"}, {"x265-params", closed}};
-    return {{"preset", "ultrafast"}, {"x265-params", closed + ":rd=1"}};
+    return {{"preset", "ultrafast"}, {"x265-params", closed + ":rd=1:rc-lookahead=15"}};
 }
 
 Options hardwareOptions(const EncoderChoice& choice, const VideoEncoding& encoding)
