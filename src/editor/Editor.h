@@ -145,7 +145,7 @@ private:
 
     // EditorOpening.cpp
     void resetTo(const Take& take);
-    QCoro::Task<void> loadMedia(Take take, double startedAt);
+    void adopt(const LoadedTake::Opened& loaded, double startedAt);
     void rebuild(const QString& reason, double startedAt, std::optional<double> seekSourceMs = {},
         std::optional<std::vector<Span>> keep = {});
     void watchAlignment(const Take& take);

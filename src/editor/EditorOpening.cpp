@@ -3,7 +3,7 @@
 #include "platform/MonotonicClock.h"
 #include "telemetry/Log.h"
 
-#include <QCoroFuture>
+#include <QFutureWatcher>
 #include <QtConcurrent>
 
 namespace kelmo {
@@ -55,7 +55,7 @@ void Editor::open(const QString& path)
     if (onOpen)
         onOpen();
     const double startedAt = MonotonicClock::nowMs();
-    const Result<Take> take = Take::load(path);
+    Result<Take> take = Take::find(path);
     if (!take) {
         setStatus(userText(take.error()), StatusKind::Problem);
         Log::line(u"error", QStringLiteral("open failed: ") % userText(take.error()));
@@ -63,6 +63,9 @@ void Editor::open(const QString& path)
     }
     pausePlaying();
     m_openStartedMs = startedAt;
+    // The movies' tables are read on a worker while the words are read here.
+    const auto loading = QtConcurrent::run(&m_workers, [files = *take] { return LoadedTake::load(files); });
+    take->readWords();
     resetTo(*take);
     watchAlignment(*take);
     Log::line(u"timing",
@@ -72,7 +75,14 @@ void Editor::open(const QString& path)
                   .arg(m_words.size())
                   .arg(yesNo(take->webcamURL.has_value()), offset(take->webcamOffsetMs),
                       offset(take->screenAudioStartMs)));
-    loadMedia(*take, startedAt);
+    // A watcher tells of a finished future through the event loop, so a take is never ready before this call is over.
+    auto* const watcher = new QFutureWatcher<LoadedTake::Opened>(this);
+    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher, startedAt, generation = m_openGeneration] {
+        watcher->deleteLater();
+        if (m_openGeneration == generation)
+            adopt(watcher->result(), startedAt);
+    });
+    watcher->setFuture(loading);
 }
 
 void Editor::resetTo(const Take& take)
@@ -105,20 +115,12 @@ void Editor::resetTo(const Take& take)
     Q_EMIT splitsChanged();
 }
 
-QCoro::Task<void> Editor::loadMedia(Take take, double startedAt)
+void Editor::adopt(const LoadedTake::Opened& loaded, double startedAt)
 {
-    const QPointer<Editor> self(this);
-    const int generation = m_openGeneration;
-    // The future has a name of its own: GCC 12 destroys the temporaries of a co_await expression twice.
-    const QFuture<Result<std::shared_ptr<const LoadedTake>>> loading
-        = QtConcurrent::run(&m_workers, [take] { return LoadedTake::load(take); });
-    const Result<std::shared_ptr<const LoadedTake>> loaded = co_await loading;
-    if (!self || m_openGeneration != generation)
-        co_return;
     if (!loaded) {
         setStatus(QStringLiteral("Couldn't open: ") % userText(loaded.error()), StatusKind::Problem);
         Log::line(u"error", QStringLiteral("open failed: ") % userText(loaded.error()));
-        co_return;
+        return;
     }
     m_loaded = *loaded;
     m_sourceDurationMs = m_loaded->durationMs;

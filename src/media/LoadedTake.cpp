@@ -20,7 +20,7 @@ std::vector<LoadedTake::Source> sources(const std::shared_ptr<const Asset>& asse
 
 } // namespace
 
-Result<std::shared_ptr<const LoadedTake>> LoadedTake::load(const Take& take)
+LoadedTake::Opened LoadedTake::load(const Take& take)
 {
     std::future<OpenedAsset> webcam;
     if (take.webcamURL) {

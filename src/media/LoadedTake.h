@@ -15,7 +15,9 @@ struct LoadedTake {
         TimeRange range;
     };
 
-    Take take;
+    using Opened = Result<std::shared_ptr<const LoadedTake>>;
+
+    Take take; ///< Its files; the words are the editor’s, and may be missing here.
     std::vector<std::shared_ptr<const Asset>> assets; ///< The screen movie, then the webcam movie if there is one.
     Source screenVideo;
     std::vector<Source> screenAudio; ///< In file order.
@@ -29,9 +31,9 @@ struct LoadedTake {
     /// Decoders of these files that stay open for the next frame that somebody wants to look at.
     std::shared_ptr<DecoderPool> decoders = std::make_shared<DecoderPool>();
 
-    /// Opens the take's movies, both at once. Blocks; call it on a worker. Fails with ("Take", 2) when the screen movie
+    /// Opens the movies of a take, both at once; its words don't matter. Blocks; call it on a worker. Fails with ("Take", 2) when the screen movie
     /// has no video, and with the media stack's error when a file cannot be opened.
-    [[nodiscard]] static Result<std::shared_ptr<const LoadedTake>> load(const Take& take);
+    [[nodiscard]] static Opened load(const Take& take);
 };
 
 } // namespace kelmo

@@ -101,7 +101,7 @@ std::vector<Take::Listing> Take::list(const QUrl& folder)
     return listings;
 }
 
-Result<Take> Take::load(const QString& path)
+Result<Take> Take::find(const QString& path)
 {
     const QFileInfo file(QDir::cleanPath(QFileInfo(Home::expandTilde(path)).absoluteFilePath()));
     QString base = withoutExtension(file.fileName());
@@ -110,34 +110,52 @@ Result<Take> Take::load(const QString& path)
         if (base.endsWith(ending))
             base.chop(ending.size());
     }
-    return load(QUrl::fromLocalFile(file.path()), base);
+    return find(QUrl::fromLocalFile(file.path()), base);
 }
 
-Result<Take> Take::load(const QUrl& dir, const QString& base)
+Result<Take> Take::find(const QUrl& dir, const QString& base)
 {
     const Sync sync = readSync(dir, base);
     const QString screen = pathIn(dir, sync.screenFileName);
     if (!QFileInfo(screen).isFile())
         return failure(QStringLiteral("Take"), 1, QStringLiteral("No screen file at ") + screen);
     const QString webcam = pathIn(dir, sync.webcamFileName);
-    const bool hasWebcam = QFileInfo(webcam).isFile();
-
-    const QString transcriptPath = pathIn(dir, base + QLatin1String("_transcript.json"));
-    Transcript transcript = Transcript::read(transcriptPath).value_or(Transcript());
-    if (transcript.timeBase != QLatin1String("screenFile") && hasWebcam && sync.webcamOffsetMs != 0)
-        shift(transcript.words, sync.webcamOffsetMs);
 
     Take take;
     take.base = base;
     take.dir = dir;
     take.screenURL = QUrl::fromLocalFile(screen);
-    if (hasWebcam)
+    if (QFileInfo(webcam).isFile())
         take.webcamURL = QUrl::fromLocalFile(webcam);
-    take.words = std::move(transcript.words);
     take.webcamOffsetMs = sync.webcamOffsetMs;
     take.screenAudioStartMs = sync.screenAudioStartMs;
     take.recorder = sync.recorder;
-    take.aligned = transcript.aligned.value_or(false);
+    return take;
+}
+
+void Take::readWords()
+{
+    Transcript transcript
+        = Transcript::read(pathIn(dir, base + QLatin1String("_transcript.json"))).value_or(Transcript());
+    if (transcript.timeBase != QLatin1String("screenFile") && webcamURL && webcamOffsetMs != 0)
+        shift(transcript.words, webcamOffsetMs);
+    words = std::move(transcript.words);
+    aligned = transcript.aligned.value_or(false);
+}
+
+Result<Take> Take::load(const QString& path)
+{
+    Result<Take> take = find(path);
+    if (take)
+        take->readWords();
+    return take;
+}
+
+Result<Take> Take::load(const QUrl& dir, const QString& base)
+{
+    Result<Take> take = find(dir, base);
+    if (take)
+        take->readWords();
     return take;
 }
 

@@ -45,12 +45,19 @@ struct Take {
     /// The takes directly inside `folder`, newest first; empty when the folder can't be read.
     [[nodiscard]] static std::vector<Listing> list(const QUrl& folder);
 
-    /// Loads the take that any one of its files belongs to. A leading "~" means the home folder, a relative path
-    /// starts at the working directory.
-    [[nodiscard]] static Result<Take> load(const QString& path);
+    /// Finds the take that any one of its files belongs to, without reading its words, which takes longest. A leading
+    /// "~" means the home folder, a relative path starts at the working directory.
+    [[nodiscard]] static Result<Take> find(const QString& path);
 
     /// Fails with ("Take", 1) when there is no screen movie; everything else that is missing or broken counts as
     /// absent.
+    [[nodiscard]] static Result<Take> find(const QUrl& dir, const QString& base);
+
+    /// Reads the words, and whether they are aligned, from the take's transcript.
+    void readWords();
+
+    /// Finds a take and reads its words.
+    [[nodiscard]] static Result<Take> load(const QString& path);
     [[nodiscard]] static Result<Take> load(const QUrl& dir, const QString& base);
 };
 
