@@ -88,6 +88,8 @@ void Editor::open(const QString& path)
 void Editor::resetTo(const Take& take)
 {
     ++m_openGeneration;
+    m_watch.reset();
+    m_awaitingWords = false;
     m_take = take;
     m_words = take.words;
     m_cuts = {};

@@ -79,8 +79,12 @@ TEST_F(TranscriptArrival, lateTranscriptOfAFreshRecordingIsAdopted)
 
 TEST_F(TranscriptArrival, transcriptIsNotAwaitedWhenItIsEmptyOrTheRecordingIsOld)
 {
+    openUntold(10);
+    std::optional<bool> told; // What a window reads when it hears of the change.
+    QObject::connect(m_editor.get(), &Editor::takeChanged, m_editor.get(), [&] { told = m_editor->awaitingWords(); });
     openUntold(200);
     EXPECT_FALSE(m_editor->awaitingWords());
+    EXPECT_EQ(told, false) << "the take before was awaited, this one is not";
     m_takes.writeTranscript(base, {}, Aligned::No);
     m_takes.writeSync(base);
     openLoaded(base);
