@@ -8,7 +8,7 @@ namespace kelmo {
 
 namespace {
 
-constexpr qint64 longestAnswer = 1024 * 1024;
+constexpr qint64 longestAnswer = 1024LL * 1024;
 constexpr char domain[] = "Network";
 
 /// A body that can be read once. The toolkit sends a request again when its connection breaks before the answer, which

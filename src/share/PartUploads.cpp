@@ -33,6 +33,7 @@ QCoro::Task<Result<QJsonArray>> PartUploads::run(QString path)
         co_return tl::unexpected(file.error());
     m_count = (*file)->count();
     std::vector<QFuture<void>> sending;
+    sending.reserve(threads);
     for (int i = 0; i < threads; ++i)
         sending.push_back(QtConcurrent::run(&m_threads, &PartUploads::send, this));
     for (const QFuture<void>& each : sending)
@@ -55,6 +56,7 @@ void PartUploads::send()
     API api = m_api;
     api.client = &client;
     std::vector<QCoro::Task<void>> lanes;
+    lanes.reserve(lanesOfThread);
     for (int i = 0; i < lanesOfThread; ++i)
         lanes.push_back(lane(api));
     for (const QCoro::Task<void>& each : lanes)

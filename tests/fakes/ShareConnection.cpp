@@ -155,7 +155,8 @@ bool ShareServer::Connection::spoil(const Handling& handling)
     case Fault::Status:
         return answer({handling.status, handling.body});
     case Fault::Garbage: {
-        [[maybe_unused]] const bool sent = write(QByteArray("\x16\x03\x01 no words of HTTP \r\n\r\n\0\0\xff", 30));
+        constexpr char garbage[] = "\x16\x03\x01 no words of HTTP \r\n\r\n\0\0\xff";
+        [[maybe_unused]] const bool sent = write(QByteArray(garbage, sizeof garbage));
         return false;
     }
     case Fault::Silent:
