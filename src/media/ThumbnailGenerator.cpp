@@ -4,6 +4,9 @@ namespace kelmo {
 
 namespace {
 
+/// A picture that takes this few samples is worth no other one in its place meanwhile.
+constexpr int fewSamples = 8;
+
 /// Even, because pictures lose an odd last row or column on the way.
 int even(double pixels) { return std::max(2, 2 * int(std::lround(pixels / 2))); }
 
@@ -32,6 +35,10 @@ ThumbnailGenerator::ThumbnailGenerator(LoadedTake::Source movie)
 
 Result<void> ThumbnailGenerator::open()
 {
+    if (m_cancelled || m_movie.track->index.isEmpty())
+        return failure(QStringLiteral("Thumbnail"), 1);
+    if (m_decoder)
+        return {};
     // One thread: whoever plays the same movie meanwhile needs the others.
     Result<std::unique_ptr<VideoDecoder>> decoder = VideoDecoder::open(m_movie.asset, *m_movie.track, 1);
     if (!decoder)
@@ -42,11 +49,32 @@ Result<void> ThumbnailGenerator::open()
 
 Result<QImage> ThumbnailGenerator::image(double ms)
 {
-    if (m_cancelled || m_movie.track->index.isEmpty())
-        return failure(QStringLiteral("Thumbnail"), 1);
-    if (Result<void> opened; !m_decoder && !(opened = open()))
+    if (const Result<void> opened = open(); !opened)
         return tl::unexpected(opened.error());
-    const int display = cheapest(ms);
+    return decoded(cheapest(ms));
+}
+
+std::optional<Thumbnail> ThumbnailGenerator::keyPicture(double ms)
+{
+    if (!open())
+        return std::nullopt;
+    const std::vector<SampleIndex::Display>& displays = m_movie.track->index.displays();
+    int display = cheapest(ms);
+    const int32_t key = displays[size_t(display)].key;
+    if (m_decoder->costOf(display) <= fewSamples)
+        return std::nullopt;
+    while (display >= 0 && displays[size_t(display)].sample != key)
+        --display;
+    if (display < 0)
+        return std::nullopt; // The edit list leaves it out.
+    const Result<QImage> picture = decoded(display);
+    if (!picture)
+        return std::nullopt;
+    return Thumbnail{*picture, fromTicks(displays[size_t(display)].present, m_movie.track->index.timeBase()).ms()};
+}
+
+Result<QImage> ThumbnailGenerator::decoded(int display)
+{
     m_decoder->expect(std::array{display});
     const Result<VideoFrame> frame = m_decoder->frame(display, [this] { return m_cancelled.load(); });
     if (!frame)

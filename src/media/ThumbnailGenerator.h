@@ -1,9 +1,9 @@
 #pragma once
 
 #include "media/LoadedTake.h"
+#include "media/Thumbnail.h"
 #include "media/stack/RgbScaler.h"
 
-#include <QImage>
 #include <QSize>
 
 namespace kelmo {
@@ -21,10 +21,15 @@ public:
     /// nothing can be decoded there, and after cancel().
     [[nodiscard]] Result<QImage> image(double ms);
 
+    /// The key picture that decoding towards `ms` starts at: however far back it is, it takes a single sample. None
+    /// where image() takes hardly more, and where it fails.
+    [[nodiscard]] std::optional<Thumbnail> keyPicture(double ms);
+
     void cancel() { m_cancelled = true; } ///< Lets a running call fail soon, and every later one at once.
 
 private:
     [[nodiscard]] Result<void> open();
+    [[nodiscard]] Result<QImage> decoded(int display);
     [[nodiscard]] int cheapest(double ms) const;
 
     const LoadedTake::Source m_movie;

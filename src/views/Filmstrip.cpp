@@ -2,18 +2,28 @@
 
 #include "media/ThumbnailGenerator.h"
 #include "platform/BackgroundPriority.h"
+#include "platform/MonotonicClock.h"
+#include "telemetry/Log.h"
 
 #include <QCoroFuture>
 #include <QtConcurrent>
+
+#include <limits>
 
 namespace kelmo {
 
 namespace {
 
-Result<QImage> make(ThumbnailGenerator& generator, int bucket)
+enum class Kind { Picture, KeyPicture };
+
+std::optional<Thumbnail> make(ThumbnailGenerator& generator, int bucket, Kind kind)
 {
     enterBackgroundPriority();
-    return generator.image(bucket * Filmstrip::bucketMs);
+    const double ms = bucket * Filmstrip::bucketMs;
+    if (kind == Kind::KeyPicture)
+        return generator.keyPicture(ms);
+    const Result<QImage> picture = generator.image(ms);
+    return picture ? std::optional(Thumbnail{*picture, ms}) : std::nullopt;
 }
 
 } // namespace
@@ -35,7 +45,9 @@ void Filmstrip::use(const std::optional<QUrl>& url, const std::shared_ptr<const 
     if (url != m_url) {
         m_url = url;
         m_frames.clear();
+        m_keyPictures.clear();
         m_pending.clear();
+        m_waitingForKeys.clear();
         m_waiting.clear();
         if (m_generator)
             m_generator->cancel();
@@ -59,8 +71,9 @@ void Filmstrip::request(const std::vector<double>& times)
         buckets.push_back(bucket);
     }
     std::sort(buckets.begin(), buckets.end());
-    m_waiting.insert(m_waiting.end(), buckets.begin(), buckets.end());
-    if (!m_working)
+    for (std::deque<int>* queue : {&m_waitingForKeys, &m_waiting})
+        queue->insert(queue->end(), buckets.begin(), buckets.end());
+    if (!m_working && !m_waiting.empty())
         work();
 }
 
@@ -68,21 +81,33 @@ QCoro::Task<void> Filmstrip::work()
 {
     const QPointer<Filmstrip> self(this);
     m_working = true;
+    const double startedAt = MonotonicClock::nowMs();
+    Log::line(u"timing", QStringLiteral("filmstrip asks for %1 pictures").arg(m_waiting.size()));
     while (!m_waiting.empty()) {
-        const int bucket = m_waiting.front();
-        m_waiting.pop_front();
+        const Kind kind = m_waitingForKeys.empty() ? Kind::Picture : Kind::KeyPicture;
+        std::deque<int>& queue = kind == Kind::Picture ? m_waiting : m_waitingForKeys;
+        const int bucket = queue.front();
+        queue.pop_front();
         const std::shared_ptr<ThumbnailGenerator> generator = m_generator;
-        const QFuture<Result<QImage>> making
-            = QtConcurrent::run(&m_worker, [generator, bucket] { return make(*generator, bucket); });
-        const Result<QImage> image = co_await making;
+        const QFuture<std::optional<Thumbnail>> making
+            = QtConcurrent::run(&m_worker, [generator, bucket, kind] { return make(*generator, bucket, kind); });
+        const std::optional<Thumbnail> made = co_await making;
         if (!self)
             co_return;
-        if (!image || generator != m_generator) // A failed one stays empty; one of another movie is of no use.
+        if (!made || generator != m_generator) // A failed one stays empty; one of another movie is of no use.
             continue;
-        m_frames.insert(bucket, *image);
+        if (kind == Kind::KeyPicture) {
+            m_keyPictures.insert(bucket, *made);
+        } else {
+            m_frames.insert(bucket, made->picture);
+            m_keyPictures.remove(bucket);
+        }
         Q_EMIT changed();
     }
     m_working = false;
+    Log::line(u"timing",
+        QStringLiteral("filmstrip filled in ") % QString::number(MonotonicClock::nowMs() - startedAt, 'f', 0)
+            % QStringLiteral(" ms"));
 }
 
 QImage Filmstrip::image(double nearMs) const
@@ -93,6 +118,25 @@ QImage Filmstrip::image(double nearMs) const
             return *found;
     }
     return {};
+}
+
+QImage Filmstrip::standIn(double ms, double reachMs) const
+{
+    QImage best;
+    double nearest = reachMs;
+    const auto offer = [&](const QImage& picture, double pictureMs) {
+        if (const double away = std::abs(pictureMs - ms); away <= nearest) {
+            nearest = away;
+            best = picture;
+        }
+    };
+    for (auto frame = m_frames.begin(); frame != m_frames.end(); ++frame)
+        offer(*frame, frame.key() * bucketMs);
+    if (best.isNull())
+        nearest = std::numeric_limits<double>::infinity();
+    for (const Thumbnail& key : m_keyPictures)
+        offer(key.picture, key.ms);
+    return best;
 }
 
 } // namespace kelmo

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "media/Thumbnail.h"
+
 #include <QCoroTask>
 #include <QHash>
-#include <QImage>
 #include <QObject>
 #include <QSet>
 #include <QThreadPool>
@@ -18,8 +19,8 @@ struct LoadedTake;
 class ThumbnailGenerator;
 
 /// Thumbnails of one movie at a time, by half seconds of its time, made one after the other as they are asked for and
-/// kept while the movie stays the same. Owned by the timeline bar; main thread. A worker of its own decodes in the
-/// background; the destructor waits for the packet it is at.
+/// kept while the movie stays the same. Where that takes long, key pictures stand in meanwhile. Owned by the timeline
+/// bar; main thread. A worker of its own decodes in the background; the destructor waits for the packet it is at.
 class Filmstrip : public QObject {
     Q_OBJECT
 
@@ -40,6 +41,10 @@ public:
     /// The picture nearest to a moment, at most a bucket away; null while there is none.
     [[nodiscard]] QImage image(double nearMs) const;
 
+    /// What may be shown until there is one: the nearest picture at most `reachMs` away, or else the nearest key
+    /// picture, however far. Null while there is neither.
+    [[nodiscard]] QImage standIn(double ms, double reachMs) const;
+
     [[nodiscard]] bool isWorking() const { return m_working; }
 
 Q_SIGNALS:
@@ -50,10 +55,12 @@ private:
     QCoro::Task<void> work();
 
     QHash<int, QImage> m_frames;
+    QHash<int, Thumbnail> m_keyPictures; ///< By the buckets that wait for their own.
     std::shared_ptr<ThumbnailGenerator> m_generator; ///< None before the movie is loaded.
     std::optional<QUrl> m_url;
     QSet<int> m_pending; ///< All that were ever requested of this movie.
-    std::deque<int> m_waiting; ///< Those that nobody has begun.
+    std::deque<int> m_waitingForKeys; ///< Those that nobody has begun; they come before the others.
+    std::deque<int> m_waiting;
     bool m_working = false;
     QThreadPool m_worker;
 };

@@ -5,7 +5,7 @@
 #include "views/TimelineAccessible.h"
 #include "views/TrimBubble.h"
 
-#include <QKeyEvent>
+#include <QApplication>
 
 namespace kelmo {
 
@@ -20,7 +20,6 @@ constexpr double clickSlack = 3;
 constexpr double snapDistance = 10;
 
 constexpr double leastEditMs = 100;
-constexpr double secondMs = 1000;
 
 QPointer<TimelineBar> lastShown;
 
@@ -146,7 +145,9 @@ void TimelineBar::begin(double x)
         m_mode = Mode::Scrub;
     else
         m_mode = Mode::Click;
-    if (m_mode != Mode::TrimIn && m_mode != Mode::TrimOut)
+    m_headBefore = headMs();
+    qApp->installEventFilter(this);
+    if (!trims())
         return;
     m_handles[m_mode == Mode::TrimIn ? 0 : 1].pull.setTarget(1);
     m_bubble = new TrimBubble(window());
@@ -227,8 +228,18 @@ void TimelineBar::ended(double ms)
     endDrag();
 }
 
+/// As if the pointer had taken hold of nothing, with the playhead where it was.
+void TimelineBar::takeBack()
+{
+    m_dragIn.reset();
+    m_dragOut.reset();
+    ended(m_headBefore);
+    m_editor.previewSource(m_headBefore);
+}
+
 void TimelineBar::endDrag()
 {
+    qApp->removeEventFilter(this);
     m_mode.reset();
     m_dragIn.reset();
     m_dragOut.reset();
@@ -243,71 +254,9 @@ void TimelineBar::endDrag()
 
 void TimelineBar::showHelp()
 {
-    setToolTip(m_mode == Mode::TrimIn || m_mode == Mode::TrimOut
-            ? QStringLiteral("Hold Alt to trim between words")
-            : QStringLiteral("Drag the yellow ends to trim · Ctrl+B splits at the playhead · "
-                             "click a piece and Delete to remove it"));
-}
-
-double TimelineBar::frameMs() const
-{
-    const double fps = m_editor.loaded() ? double(m_editor.loaded()->fps) : 0;
-    return secondMs / (fps >= 1 ? fps : 30);
-}
-
-void TimelineBar::moveTo(double editedMs)
-{
-    const double target = std::clamp(editedMs, 0.0, std::max(0.0, lengthMs() - 1));
-    m_editor.previewSource(m_editor.timeline().source(target));
-    announce();
-}
-
-/// Tells assistive technology where the playhead has been put; not where it plays.
-void TimelineBar::announce()
-{
-    QAccessibleValueChangeEvent event(this, positionMs());
-    QAccessible::updateAccessibility(&event);
-}
-
-void TimelineBar::keyPressEvent(QKeyEvent* event)
-{
-    const Qt::KeyboardModifiers held = event->modifiers() & ~Qt::KeypadModifier;
-    const bool bySecond = held == Qt::ShiftModifier;
-    if (held != Qt::NoModifier && !bySecond) {
-        QWidget::keyPressEvent(event);
-        return;
-    }
-    const double step = bySecond ? secondMs : frameMs();
-    switch (event->key()) {
-    case Qt::Key_Left:
-        moveTo(positionMs() - step);
-        break;
-    case Qt::Key_Right:
-        moveTo(positionMs() + step);
-        break;
-    case Qt::Key_Home:
-        moveTo(0);
-        break;
-    case Qt::Key_End:
-        moveTo(lengthMs());
-        break;
-    default:
-        QWidget::keyPressEvent(event);
-    }
-}
-
-void TimelineBar::focusInEvent(QFocusEvent* event)
-{
-    QWidget::focusInEvent(event);
-    m_showsFocus = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
-    update();
-}
-
-void TimelineBar::focusOutEvent(QFocusEvent* event)
-{
-    QWidget::focusOutEvent(event);
-    m_showsFocus = false;
-    update();
+    setToolTip(trims() ? QStringLiteral("Hold Alt to trim between words")
+                       : QStringLiteral("Drag the yellow ends to trim · Ctrl+B splits at the playhead · "
+                                        "click a piece and Delete to remove it"));
 }
 
 void TimelineBar::resizeEvent(QResizeEvent* event)

@@ -50,6 +50,7 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override; ///< Of the whole program, while something is dragged.
 
 private:
     /// A handle's motion.
@@ -72,13 +73,17 @@ private:
     void changed(QPointF start, QPointF at);
     void begin(double x);
     void ended(double ms);
+    void takeBack();
     void endDrag();
+    [[nodiscard]] bool trims() const { return m_mode == Mode::TrimIn || m_mode == Mode::TrimOut; }
     void trimInTo(double ms);
     void trimOutTo(double ms);
     [[nodiscard]] bool isExact() const { return m_mouse.held().testFlag(Qt::AltModifier); }
     [[nodiscard]] double snapped(double ms) const;
     [[nodiscard]] double withinTrim(double ms) const;
     void showHelp();
+
+    // TimelineBarKeys.cpp
     void announce();
 
     // Geometry. x is from the track's left end, ms on the source clock.
@@ -107,6 +112,7 @@ private:
     std::optional<double> m_dragIn;
     std::optional<double> m_dragOut;
     QPointF m_dragStart;
+    double m_headBefore = 0; ///< Where the playhead was when the drag began, in source ms.
 
     TrimMouse m_mouse;
     TimelineStrip m_tiles;

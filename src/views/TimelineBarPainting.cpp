@@ -12,7 +12,7 @@ namespace {
 
 constexpr double selectionHeight = 40;
 constexpr double splitHeight = 42;
-constexpr double bubbleGap = 5; ///< Between a stretched handle and the bubble's tip.
+constexpr double bubbleGap = 4; ///< Between the strip and the bubble's tip.
 
 size_t indexOf(TimelineArt::Side side) { return side == TimelineArt::Side::Left ? 0 : 1; }
 
@@ -62,21 +62,23 @@ void TimelineBar::paintEvent(QPaintEvent* event)
     const DeviceGrid grid(painter);
     constexpr double edge = TimelineGeometry::handleWidth;
     const QRectF track = grid.aligned(strip().adjusted(edge, 0, -edge, 0));
-    m_tiles.draw(painter, grid, track);
+    constexpr double touching = 0.5;
+    const bool hasHandles = m_editor.fullTimeline().durationMs > 0;
+    m_tiles.draw(painter, grid, track,
+        {hasHandles && m_shown.in <= track.left() + touching, hasHandles && m_shown.out >= track.right() - touching});
     if (m_showsFocus)
         TimelineArt::focusRing(painter, strip());
-    if (m_editor.fullTimeline().durationMs > 0) {
+    if (hasHandles) {
         paintSelection(painter, grid);
         paintSplits(painter, grid, event->rect());
         TimelineArt::trimmedPart(painter, track, track.left(), m_shown.in);
         TimelineArt::trimmedPart(painter, track, m_shown.out, track.right());
         // A dragged handle carries the playhead along; it must not hide what is being dragged.
-        const bool trims = m_mode == Mode::TrimIn || m_mode == Mode::TrimOut;
-        if (trims)
+        if (trims())
             paintPlayhead(painter, grid);
         handle(painter, grid, TimelineArt::Side::Left);
         handle(painter, grid, TimelineArt::Side::Right);
-        if (!trims)
+        if (!trims())
             paintPlayhead(painter, grid);
     }
 }
@@ -129,7 +131,8 @@ void TimelineBar::showBubble()
     const double ms = left ? inMs() : outMs();
     const double x = TimelineGeometry::handleWidth + geometry().x(ms)
         + (left ? -TimelineGeometry::handleWidth : TimelineGeometry::handleWidth) / 2;
-    const QPointF tip(x, overhang - bubbleGap);
+    // Below, where it covers nothing but the margin of the words.
+    const QPointF tip(x, strip().bottom() + bubbleGap);
     m_bubble->showAt(
         mapTo(window(), QPointF(tip)), TimeText::tenths(m_editor.fullTimeline().edited(ms)), wordAtHandle());
 }

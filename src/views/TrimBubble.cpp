@@ -39,7 +39,7 @@ void TrimBubble::showAt(QPointF tip, const QString& time, const QString& word)
     const QSizeF size(2 * padding + TabularText::width(m_time, metrics) + wordRoom, boxHeight + tipHeight);
     const double rightmost = std::max(fromEdge, parentWidget()->width() - size.width() - fromEdge);
     const double left = std::clamp(tip.x() - size.width() / 2, fromEdge, rightmost);
-    setGeometry(QRectF(left, std::max(0.0, tip.y() - size.height()), size.width(), size.height()).toAlignedRect());
+    setGeometry(QRectF(QPointF(left, tip.y()), size).toAlignedRect());
     m_tipX = std::clamp(tip.x() - x(), radius + tipHalf, width() - radius - tipHalf);
     raise();
     show();
@@ -50,12 +50,12 @@ void TrimBubble::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    const QRectF box = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -tipHeight - 0.5);
+    const QRectF box = QRectF(rect()).adjusted(0.5, tipHeight + 0.5, -0.5, -0.5);
     QPainterPath shape;
     shape.addRoundedRect(box, radius, radius);
     QPainterPath tip;
-    tip.addPolygon(QPolygonF({QPointF(m_tipX - tipHalf, box.bottom()), QPointF(m_tipX, box.bottom() + tipHeight),
-        QPointF(m_tipX + tipHalf, box.bottom())}));
+    tip.addPolygon(QPolygonF({QPointF(m_tipX - tipHalf, box.top()), QPointF(m_tipX, box.top() - tipHeight),
+        QPointF(m_tipX + tipHalf, box.top())}));
     tip.closeSubpath();
     painter.setPen(Theme::white(0.14));
     painter.setBrush(Theme::surface3);

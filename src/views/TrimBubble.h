@@ -4,14 +4,15 @@
 
 namespace kelmo {
 
-/// Floats over the window above a handle that is being dragged, and tells where it is and at which word. Main thread.
+/// Floats over the window below a handle that is being dragged, and tells where it is and at which word. Main thread.
 class TrimBubble : public QWidget {
     Q_OBJECT
 
 public:
     explicit TrimBubble(QWidget* window);
 
-    /// Shows these with the tip at a point of the window, as far inside the window as fits.
+    /// Shows these below a point of the window, which the tip points at, moved sideways as far as it takes to stay
+    /// inside.
     void showAt(QPointF tip, const QString& time, const QString& word);
 
 protected:

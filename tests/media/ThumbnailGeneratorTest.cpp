@@ -66,6 +66,21 @@ TEST_F(ThumbnailGeneratorTest, stillScreenShowsThePictureOfLongAgo)
     EXPECT_EQ(number(60'000), 3) << "past the end the last one";
 }
 
+TEST_F(ThumbnailGeneratorTest, keyPictureIsTheOneThatDecodingStartsAt)
+{
+    m_take.screen.spec.video->gopLength = 120;
+    m_take.screen.spec.video->codecOptions.insert(QStringLiteral("sc_threshold"), QStringLiteral("0"));
+    m_take.load();
+    ThumbnailGenerator generator(m_take.loaded()->screenVideo);
+    for (const auto& [ms, expected] : {std::pair{3500.0, 0}, {7000.0, 120}, {9500.0, 240}}) {
+        const std::optional<Thumbnail> key = generator.keyPicture(ms);
+        ASSERT_TRUE(key) << ms;
+        EXPECT_EQ(readFrameCode(key->picture), expected);
+        EXPECT_NEAR(key->ms, expected * frameMs, 0.01);
+    }
+    EXPECT_FALSE(generator.keyPicture(4000)) << "it is the picture itself";
+}
+
 TEST_F(ThumbnailGeneratorTest, pictureIsUprightAndFitsTheLargestSize)
 {
     const struct {

@@ -26,9 +26,10 @@ protected:
     }
 
     /// The number in the picture shown for a moment, -1 for none.
-    [[nodiscard]] int number(double ms) const
+    [[nodiscard]] int number(double ms) const { return numberIn(m_strip.image(ms)); }
+
+    [[nodiscard]] static int numberIn(const QImage& image)
     {
-        const QImage image = m_strip.image(ms);
         return image.isNull() ? -1 : readFrameCode(image).value_or(-2);
     }
 
@@ -42,13 +43,39 @@ TEST_F(FilmstripTest, requestedPicturesArriveInOrderOnceEach)
     open(QStringLiteral("talk"), 20);
     const QSignalSpy arrived(&m_strip, &Filmstrip::changed);
     fill({9100, 2100, 2400, 2600, 15'999});
-    EXPECT_EQ(arrived.count(), 4) << "two of the moments share a picture";
+    constexpr int farFromTheirKey = 2;
+    EXPECT_EQ(arrived.count(), 4 + farFromTheirKey) << "two of the moments share a picture";
     EXPECT_EQ(number(2100), 4);
     EXPECT_EQ(number(2600), 5);
     EXPECT_EQ(number(9499), 18);
     EXPECT_EQ(number(15'500), 31);
     fill({2100, 9000});
-    EXPECT_EQ(arrived.count(), 4) << "nothing is made twice";
+    EXPECT_EQ(arrived.count(), 4 + farFromTheirKey) << "nothing is made twice";
+}
+
+TEST_F(FilmstripTest, nearestPictureStandsInForAMissingOneWithinReach)
+{
+    open(QStringLiteral("talk"), 20);
+    fill({3000, 6000});
+    const struct {
+        double ms;
+        double reach;
+        int expected;
+    } cases[] = {{4400, 2000, 6}, {4600, 2000, 12}, {9000, 3000, 12}, {9000, 2999, -1}, {19'000, 50'000, 12}};
+    for (const auto& each : cases)
+        EXPECT_EQ(numberIn(m_strip.standIn(each.ms, each.reach)), each.expected) << each.ms << " " << each.reach;
+}
+
+TEST_F(FilmstripTest, keyPictureStandsInWhileItsSuccessorIsDecoded)
+{
+    open(QStringLiteral("talk"), 20); // With a single key picture, the first.
+    std::vector<int> shown;
+    QObject::connect(&m_strip, &Filmstrip::changed, &m_strip, [&] {
+        const QImage own = m_strip.image(15'000);
+        shown.push_back(numberIn(own.isNull() ? m_strip.standIn(15'000, 0) : own));
+    });
+    fill({15'000});
+    EXPECT_EQ(shown, (std::vector<int>{0, 30}));
 }
 
 TEST_F(FilmstripTest, missingPictureIsTakenFromItsNeighbours)

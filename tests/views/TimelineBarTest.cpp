@@ -246,6 +246,34 @@ TEST_F(TimelineBarTest, windowClosedDuringADragEndsItThere)
     EXPECT_EQ(m_editor->cuts().trimIn, trimIn) << "the pointer has let go";
 }
 
+TEST_F(TimelineBarTest, escapeTakesADragBack)
+{
+    openTake();
+    m_editor->trim(6000, 24'000, text("Trim"));
+    m_editor->previewSource(15'000);
+    const int steps = m_editor->undo().count();
+    for (const double from : {6000.0, 24'000.0}) {
+        press(at(from));
+        move(at(12'000));
+        QTest::keyClick(m_window.get(), Qt::Key_Escape);
+        EXPECT_FALSE(m_bar->mode());
+        EXPECT_FALSE(m_editor->isTrimPreviewing());
+        move(at(13'000));
+        release(at(13'000));
+        EXPECT_EQ(m_editor->cuts().trimIn, 6000);
+        EXPECT_EQ(m_editor->cuts().trimOut, 24'000);
+        EXPECT_EQ(m_editor->undo().count(), steps);
+        EXPECT_NEAR(headMs(), 15'000, 0.01) << "the playhead is back, too";
+    }
+    press(at(9000));
+    move(at(12'000));
+    QTest::keyClick(m_window.get(), Qt::Key_Escape);
+    m_editor->setSelection(std::nullopt); // As the window's Escape does.
+    move(at(14'000));
+    EXPECT_FALSE(m_editor->selection()) << "the range does not come back while the button is still held";
+    release(at(14'000));
+}
+
 TEST_F(TimelineBarTest, withoutATakeNothingHappens)
 {
     drag({100, 20}, {400, 20});

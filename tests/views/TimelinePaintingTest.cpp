@@ -92,6 +92,23 @@ TEST_F(TimelinePaintingTest, tilesShowTheEditWithoutItsTrim)
     EXPECT_EQ(pixel(picture(), x(22'000), middle()), pixel(before, x(22'000), middle())) << "a trim moves no tile";
 }
 
+TEST_F(TimelinePaintingTest, noTileGoesGreyWhenTheEditChanges)
+{
+    openTake();
+    const auto grey = [&] {
+        const QImage shown = picture();
+        int count = 0;
+        for (int px = 0; px < shown.width(); ++px)
+            count += shown.pixelColor(px, shown.height() / 2) == QColor(41, 41, 41);
+        return count;
+    };
+    ASSERT_TRUE(waitUntil([&] { return grey() == 0 && pixel(picture(), x(29'000), middle()).saturation() > 60; }));
+    m_editor->toggleWords({8, 9, 10, 11});
+    EXPECT_EQ(grey(), 0);
+    m_bar->resize(m_bar->width() + 300, m_bar->height());
+    EXPECT_EQ(grey(), 0) << "nor when there are more of them";
+}
+
 TEST_F(TimelinePaintingTest, playheadStepRepaintsASlimPart)
 {
     openTake();
@@ -141,7 +158,7 @@ TEST_F(TimelinePaintingTest, partialRepaintsLeaveNoTrace)
     release(at(6000));
 }
 
-TEST_F(TimelinePaintingTest, bubbleTellsTimeAndWordAboveTheHandle)
+TEST_F(TimelinePaintingTest, bubbleTellsTimeAndWordBelowTheHandle)
 {
     openTake();
     press(at(0));
@@ -149,7 +166,7 @@ TEST_F(TimelinePaintingTest, bubbleTellsTimeAndWordAboveTheHandle)
     auto* bubble = m_window->findChild<TrimBubble*>();
     ASSERT_TRUE(bubble && bubble->isVisible());
     EXPECT_EQ(bubble->accessibleName(), QStringLiteral("0:07.1 “w7”"));
-    EXPECT_LE(bubble->geometry().bottom(), TimelineBar::frameInWindow().top());
+    EXPECT_GE(bubble->geometry().top(), TimelineBar::frameInWindow().bottom()) << "the row above stays readable";
     EXPECT_NEAR(bubble->geometry().center().x(), m_bar->x() + x(7150) - handle / 2, 4);
     move(at(0));
     EXPECT_GE(bubble->geometry().left(), 0) << "never outside the window";
