@@ -196,7 +196,8 @@ void Button::paintContent(QPainter& painter)
 void Button::paintBadge(QPainter& painter, const QRectF& box)
 {
     painter.setPen(Qt::NoPen);
-    painter.setBrush(m_kind == Kind::Primary ? Theme::white(0.2) : Theme::surface3);
+    // On surface 2 this is surface 3, and as much lighter than a pressed button.
+    painter.setBrush(Theme::white(m_kind == Kind::Primary ? 0.2 : 0.056));
     painter.drawRoundedRect(box, Theme::stripRadius, Theme::stripRadius);
     painter.setFont(Theme::badgeFont());
     painter.setPen(isEnabled() ? Theme::text2 : Theme::text3);

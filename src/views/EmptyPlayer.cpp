@@ -59,6 +59,7 @@ EmptyPlayer::EmptyPlayer(Editor& editor, QWidget* parent)
     layout->addSpacing(6);
     layout->addWidget(
         line(QStringLiteral("New recordings are looked for in"), Theme::normalFont(), Theme::text2, this));
+    layout->addSpacing(3);
     layout->addWidget(line(recordingsFolder(), Theme::normalFont(), Theme::text2, this));
     layout->addSpacing(18);
     layout->addWidget(open, 0, Qt::AlignHCenter);

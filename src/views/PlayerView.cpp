@@ -2,12 +2,33 @@
 
 #include <QPaintEvent>
 #include <QPainter>
+#include <QPainterPath>
+
+#include <array>
 
 namespace kelmo {
 
 namespace {
 
 const QColor nearBlack = QColor::fromRgbF(0.055f, 0.055f, 0.055f);
+
+/// Takes from the picture's corners what lies outside of an arc.
+void roundCorners(QPainter& painter, const QRectF& picture, double radius)
+{
+    QPainterPath outside; // Of a top left corner.
+    outside.lineTo(radius, 0);
+    outside.arcTo(0, 0, 2 * radius, 2 * radius, 90, 90);
+    outside.closeSubpath();
+    painter.setRenderHint(QPainter::Antialiasing);
+    const std::array corners{picture.topLeft(), picture.topRight(), picture.bottomRight(), picture.bottomLeft()};
+    for (size_t quarter = 0; quarter < corners.size(); ++quarter) {
+        painter.save();
+        painter.translate(corners[quarter]);
+        painter.rotate(90.0 * double(quarter));
+        painter.fillPath(outside, nearBlack);
+        painter.restore();
+    }
+}
 
 } // namespace
 
@@ -69,10 +90,12 @@ void PlayerView::paintEvent(QPaintEvent*)
     const QPointF toWhole(std::round(origin.x()) - origin.x(), std::round(origin.y()) - origin.y());
     const QPointF corner((box.width() - shown.width()) / 2, (box.height() - shown.height()) / 2);
     painter.scale(1 / ratio, 1 / ratio);
+    const QRectF place(corner + toWhole, shown);
     if (fits)
-        painter.drawImage(corner + toWhole, *picture);
+        painter.drawImage(place.topLeft(), *picture);
     else
-        painter.drawImage(QRectF(corner + toWhole, shown), *picture);
+        painter.drawImage(place, *picture);
+    roundCorners(painter, place, cornerRadius * ratio);
 }
 
 } // namespace kelmo

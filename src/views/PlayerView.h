@@ -16,6 +16,8 @@ public:
     explicit PlayerView(Editor& editor, QWidget* parent = nullptr);
     ~PlayerView() override;
 
+    static constexpr double cornerRadius = 6; ///< Of the picture, in logical pixels.
+
     [[nodiscard]] QSize sizeHint() const override { return {960, 540}; }
 
 protected:

@@ -54,6 +54,7 @@ RootView::RootView(Editor& editor, Sharer& sharer, ClaudeAgent& agent, QWidget* 
     , m_header(new HeaderBar(editor, this))
 {
     setAcceptDrops(true);
+    setAccessibleName(QStringLiteral("Editor"));
     setFocusPolicy(Qt::ClickFocus);
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);

@@ -23,7 +23,7 @@ QString openingText() { return QStringLiteral("Opening…"); }
 StatusLine::StatusLine(Editor& editor, QWidget* parent)
     : QWidget(parent)
     , m_editor(editor)
-    , m_text(new ElidedLabel(Theme::normalFont(), Theme::text2, this))
+    , m_text(new ElidedLabel(Theme::normalFont(), Theme::text3, this))
     , m_dismiss(new Button(Button::Kind::Plain, Button::Height::Small, QString(), this))
 {
     auto* mark = new QLabel(this);
@@ -85,7 +85,7 @@ void StatusLine::setLine(const QString& text, Editor::StatusKind kind)
     const bool isProblem = kind == Editor::StatusKind::Problem;
     m_fade.stop();
     m_text->setText(text);
-    m_text->setColor(isProblem ? Theme::text1 : Theme::text2);
+    m_text->setColor(isProblem ? Theme::text1 : Theme::text3);
     m_mark->setVisible(isProblem);
     m_dismiss->setVisible(isProblem);
     if (isProblem)

@@ -226,7 +226,9 @@ void WordTextView::paintEvent(QPaintEvent* event)
     for (int i = lines.indexAt(dirty.top() - 4); i < lines.count() && lines.line(i).top < dirty.bottom() + 4; ++i)
         m_page.drawLine(painter, i);
     painter.restore();
-    if (m_blink.isLit() && m_caret.selection().length == 0) {
+    // A sentence in the words' place is not to be edited.
+    const bool hasWords = !m_page.styles().empty();
+    if (m_blink.isLit() && hasWords && m_caret.selection().length == 0) {
         painter.setRenderHint(QPainter::Antialiasing, false);
         painter.fillRect(caretBox(m_caret.position()), Qt::white);
     }

@@ -71,6 +71,8 @@ TEST_F(TranscriptViewTest, emptyTranscriptSaysWhyAndDeleteDoesNothing)
     open({});
     show();
     EXPECT_EQ(shownText(), utf8("No speech heard in this take."));
+    EXPECT_LT(brightest(text().viewport()->grab(text().caretBox(0).toRect()).toImage()), 255)
+        << "where there is nothing to edit, no caret stands";
     key(Qt::Key_Delete);
     key(Qt::Key_A, Qt::ControlModifier);
     key(Qt::Key_Delete);
@@ -90,6 +92,9 @@ TEST_F(TranscriptViewTest, awaitedTranscriptIsPaintedWhenItArrives)
     key(Qt::Key_Delete);
     writeTranscript(said(utf8("here it is")));
     EXPECT_TRUE(QTest::qWaitFor([&] { return shownText() == utf8("here it is"); }, 20'000));
+    EXPECT_TRUE(QTest::qWaitFor([&] {
+        return brightest(text().viewport()->grab(text().caretBox(0).toRect()).toImage()) == 255;
+    })) << "now the caret blinks";
 }
 
 TEST_F(TranscriptViewTest, deleteAtACaretCutsTheWordBeforeItAndRestoresItAgain)
