@@ -2,6 +2,7 @@
 
 #include "diagnostics/SelfTest.h"
 #include "platform/MonotonicClock.h"
+#include "platform/ReducedMotion.h"
 #include "telemetry/Log.h"
 #include "views/HeaderBar.h"
 #include "views/OpenPanel.h"
@@ -51,6 +52,7 @@ void AppDelegate::applicationDidFinishLaunching()
 
 void AppDelegate::buildWindow()
 {
+    ReducedMotion::ask();
     m_menu = std::make_unique<MainMenu>(*this);
     m_window = std::make_unique<EditorWindow>();
     auto* root = new RootView(*m_editor, *m_sharer, m_agent, m_window.get());

@@ -52,11 +52,27 @@ void EditorWindow::reveal()
 void EditorWindow::restoreFrame()
 {
     const QSettings settings(settingsFile(), QSettings::IniFormat);
-    if (restoreGeometry(settings.value(frameKey()).toByteArray()))
+    if (restoreGeometry(settings.value(frameKey()).toByteArray())) {
+        bringOnScreen();
         return;
+    }
     const QRect room = screen()->availableGeometry();
     QRect frame(QPoint(), firstSize.boundedTo(room.size()).expandedTo(leastSize));
     frame.moveCenter(room.center());
+    setGeometry(frame);
+}
+
+/// The screens may be others than those that the frame was saved on.
+void EditorWindow::bringOnScreen()
+{
+    if (isMaximized() || isFullScreen() || screen()->availableVirtualGeometry().contains(geometry()))
+        return;
+    const QRect room = screen()->availableGeometry();
+    QRect frame(geometry().topLeft(), size().boundedTo(room.size()).expandedTo(leastSize));
+    frame.moveRight(std::min(frame.right(), room.right()));
+    frame.moveBottom(std::min(frame.bottom(), room.bottom()));
+    frame.moveLeft(std::max(frame.left(), room.left()));
+    frame.moveTop(std::max(frame.top(), room.top()));
     setGeometry(frame);
 }
 

@@ -26,6 +26,7 @@ protected:
 
 private:
     void restoreFrame();
+    void bringOnScreen();
     void saveFrame() const;
 };
 

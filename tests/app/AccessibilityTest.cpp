@@ -1,4 +1,5 @@
 #include "tests/app/WindowFixture.h"
+#include "views/RootView.h"
 
 #include <QAbstractButton>
 #include <QAccessible>
@@ -42,6 +43,7 @@ TEST_F(Accessibility, everythingThatTakesTheKeyboardHasANameAndARole)
     EXPECT_GT(controls.size(), 8u);
     for (QWidget* widget : controls)
         expectNamed(*widget);
+    expectNamed(*window().findChild<RootView*>()); // A click takes the keyboard there.
     key(Qt::Key_Comma, Qt::ControlModifier);
     ASSERT_TRUE(waitUntil([this] { return QApplication::activeWindow() != &window(); }));
     for (QWidget* widget : focusable(*QApplication::activeWindow()))

@@ -1,4 +1,8 @@
+#include "platform/ReducedMotion.h"
 #include "tests/app/WindowFixture.h"
+#include "tests/platform/FakeSettingsPortal.h"
+#include "tests/platform/PrivateBus.h"
+#include "views/Theme.h"
 #include "views/TimelineBar.h"
 
 #include <QAbstractButton>
@@ -8,8 +12,9 @@
 #include <QMimeData>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
+#include <QProcess>
 #include <QScreen>
-#include <QSettings>
+#include <QTemporaryFile>
 #include <QTest>
 
 namespace kelmo {
@@ -28,6 +33,26 @@ protected:
         request.setHeader(QNetworkRequest::ContentTypeHeader, QStringLiteral("application/json"));
         QNetworkReply* reply = network.post(request, R"({"jsonrpc":"2.0","id":1,"method":"ping"})");
         return waitUntil([reply] { return reply->isFinished(); }) && reply->error() == QNetworkReply::NoError;
+    }
+
+    static constexpr QSize wideScreen{1600, 1000};
+
+    /// Runs tests of this program again on a screen of that size.
+    static void runOnAWideScreen(const QString& tests)
+    {
+        QTemporaryFile screens;
+        ASSERT_TRUE(screens.open());
+        screens.write(R"({"screens": [{"name": "wide", "x": 0, "y": 0, "width": 1600, "height": 1000, "logicalDpi": 96,
+            "logicalBaseDpi": 96, "dpr": 1}]})");
+        screens.close();
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(
+            QStringLiteral("KELMO_TEST_PLATFORM"), QStringLiteral("offscreen:configfile=") % screens.fileName());
+        QProcess child;
+        child.setProcessEnvironment(environment);
+        child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--gtest_filter=") % tests});
+        ASSERT_TRUE(child.waitForFinished(120'000));
+        EXPECT_EQ(child.exitCode(), 0) << child.readAllStandardOutput().constData();
     }
 
     /// Drops files on the window's middle.
@@ -91,14 +116,60 @@ TEST_F(Window, launchInTheBackgroundShowsNothingUntilATakeIsOpened)
     EXPECT_TRUE(editor().take()) << "the newest, since none was open";
 }
 
-TEST_F(Window, frameIsRestoredWhereItWas)
+TEST_F(Window, frameIsRestoredWhereItWasButOnTheScreen)
 {
+    // The usual screen of a machine without one is smaller than the smallest window.
+    if (QGuiApplication::primaryScreen()->size() != wideScreen) {
+        runOnAWideScreen(QStringLiteral("Window.frameIsRestored*"));
+        return;
+    }
+    for (const auto& [left, restored] : {std::pair(QRect(40, 30, 1000, 600), QRect(40, 30, 1000, 600)),
+             {QRect(700, 500, 1000, 600), QRect(600, 400, 1000, 600)}}) {
+        launch();
+        window().setGeometry(left);
+        window().close();
+        quit();
+        launch();
+        EXPECT_EQ(window().geometry(), restored);
+        quit();
+    }
+}
+
+TEST_F(Window, lessMotionShowsEveryStateAtOnce)
+{
+    PrivateBus* bus = PrivateBus::start();
+    if (!bus || !QDBusConnection::sessionBus().isConnected())
+        GTEST_SKIP() << "no message bus daemon here";
+    FakeSettingsPortal portal;
+    portal.animations = false;
+    bus->offer(FakeSettingsPortal::service(), FakeSettingsPortal::path(), &portal);
     launch();
-    window().setGeometry(40, 30, 1000, 600);
-    window().close();
-    quit();
-    launch();
-    EXPECT_EQ(window().geometry(), QRect(40, 30, 1000, 600));
+    EXPECT_TRUE(waitUntil([] { return ReducedMotion::asked(); }));
+    QAbstractButton* split = button(QStringLiteral("Split"));
+    const auto surface = [split] { return split->grab().toImage().pixelColor(4, 14); };
+    const QColor before = surface();
+    QTest::mousePress(window().windowHandle(), Qt::LeftButton, {}, split->mapTo(&window(), split->rect().center()));
+    ASSERT_TRUE(waitUntil([split] { return split->isDown(); }));
+    const QColor pressed = surface();
+    EXPECT_NE(pressed, before) << "no fade";
+    QTest::qWait(2 * Theme::fadeMs);
+    EXPECT_EQ(surface(), pressed);
+    QTest::mouseRelease(window().windowHandle(), Qt::LeftButton, {}, split->mapTo(&window(), split->rect().center()));
+
+    auto* bar = window().findChild<TimelineBar*>();
+    const QRectF strip = TimelineBar::frameInWindow();
+    const QPoint handle(int(strip.left()) + 5, int(strip.center().y()));
+    QTest::mousePress(window().windowHandle(), Qt::LeftButton, {}, handle);
+    const double ratio = bar->devicePixelRatioF();
+    const QColor above
+        = bar->grab().toImage().pixelColor(QPoint(int(8 * ratio), int((TimelineBar::overhang - 1) * ratio)));
+    EXPECT_GT(above.red(), 100) << "the handle is stretched as soon as it is held";
+    QTest::mouseRelease(window().windowHandle(), Qt::LeftButton, {}, handle);
+
+    portal.animations = true;
+    ReducedMotion::ask();
+    EXPECT_TRUE(waitUntil([] { return !ReducedMotion::asked(); })) << "for the tests that follow";
+    bus->withdraw(FakeSettingsPortal::service());
 }
 
 TEST_F(Window, withoutATakeItInvitesToOpenOne)
