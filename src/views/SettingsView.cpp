@@ -99,10 +99,10 @@ SettingsView::SettingsView(Sharer& sharer, QWidget* parent)
     column->setContentsMargins(edge, edge, edge, edge);
     column->setSpacing(rowGap);
     column->setSizeConstraint(QLayout::SetMinimumSize); // Which replaces the fixed width by the layout's own.
-    column->addStrut(viewWidth - 2 * edge);
     addSharing(*column);
     addAccount(*column);
     addPrivacy(*column);
+    column->addStrut(viewWidth - 2 * edge);
     new FocusRing(this);
     connect(&sharer, &Sharer::changed, this, &SettingsView::refresh);
     refresh();
