@@ -34,9 +34,13 @@ public:
 
     /// Ends everything under way.
     void dropAll();
+
     /// The same, and from now on each `send` fails at once.
     void abort();
     [[nodiscard]] bool isAborted() const { return m_aborted; }
+
+    /// The next request opens a connection of its own instead of using one that has been idle.
+    void forgetConnections() { m_network.clearConnectionCache(); }
 
 Q_SIGNALS:
     void dropped();

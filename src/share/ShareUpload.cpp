@@ -131,6 +131,8 @@ QCoro::Task<Result<void>> ShareUpload::sendVideo(QString path)
     // A report that arrives after the completion would put the page back to "uploading".
     QCoro::Task<void> settling = m_reports.settle(m_pace.lastReport);
     co_await settling;
+    // Nothing has come through this connection during the upload, and what lies between may have forgotten it since.
+    m_client.forgetConnections();
     QCoro::Task<Result<QJsonObject>> completing
         = through(m_order.api, m_client)
               .post(QStringLiteral("/api/shares/") % m_order.id % QStringLiteral("/complete"),
