@@ -100,10 +100,14 @@ void AppDelegate::reveal()
 void AppDelegate::applicationShouldHandleReopen(const std::optional<QString>& take)
 {
     reveal();
-    if (take)
-        m_editor->open(*take);
-    else if (!m_editor->take())
+    if (!take && !m_editor->take())
         m_editor->openNewest();
+    if (!take)
+        return;
+    // Opening starts over; whoever starts the program again on what is open wants to see its edit, not to lose it.
+    const Result<Take> asked = Take::find(*take);
+    if (!asked || !m_editor->shows(*asked))
+        m_editor->open(*take);
 }
 
 void AppDelegate::windowWillClose()

@@ -34,6 +34,11 @@ public:
 
     // The take and its edit.
     [[nodiscard]] const std::optional<Take>& take() const { return m_take; }
+    /// Whether this is the take that is open.
+    [[nodiscard]] bool shows(const Take& take) const
+    {
+        return m_take && m_take->base == take.base && m_take->dir == take.dir;
+    }
     [[nodiscard]] const std::vector<Word>& words() const { return m_words; }
     [[nodiscard]] const Cuts& cuts() const { return m_cuts; }
     [[nodiscard]] int cutRevision() const { return m_cutRevision; } ///< Grows with every change of the cuts.
@@ -153,10 +158,6 @@ private:
     void startWatch(TranscriptWatch::For what, const Take& take);
     void adoptWords(const Take& take, double waitedMs);
     void applyAligned(const Take& take, double waitedMs);
-    [[nodiscard]] bool shows(const Take& take) const
-    {
-        return m_take && m_take->base == take.base && m_take->dir == take.dir;
-    }
 
     // EditorPlayback.cpp
     [[nodiscard]] Player& player();

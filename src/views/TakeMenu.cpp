@@ -24,6 +24,7 @@ TakeMenu::TakeMenu(Editor& editor, QWidget* parent)
 void TakeMenu::showTake()
 {
     setText(m_editor.take() ? m_editor.take()->base : QStringLiteral("No take"));
+    setShortcut({}); // A "&" in a name makes no key.
     updateGeometry();
 }
 

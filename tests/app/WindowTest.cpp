@@ -103,6 +103,19 @@ TEST_F(Window, closingPausesAndServesOnUntilReopened)
     EXPECT_TRUE(window().isVisible());
 }
 
+TEST_F(Window, secondStartOnTheOpenTakeKeepsItsEdit)
+{
+    launch();
+    editor().toggleWords({0, 1});
+    const double edited = editor().timeline().durationMs;
+    ASSERT_LT(edited, editor().sourceDurationMs());
+    m_app->applicationShouldHandleReopen(m_takes.movie(QStringLiteral("talk")));
+    EXPECT_EQ(editor().timeline().durationMs, edited);
+    m_takes.makeMovie(QStringLiteral("other"), 4);
+    m_app->applicationShouldHandleReopen(m_takes.movie(QStringLiteral("other")));
+    EXPECT_EQ(editor().take()->base, QStringLiteral("other"));
+}
+
 TEST_F(Window, launchInTheBackgroundShowsNothingUntilATakeIsOpened)
 {
     CommandLine background;
