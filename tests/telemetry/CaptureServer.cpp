@@ -28,9 +28,9 @@ CaptureServer::CaptureServer()
     QObject::connect(&m_server, &QTcpServer::newConnection, &m_server, [this] { accept(); });
 }
 
-QUrl CaptureServer::url(const QString& host) const
+QUrl CaptureServer::url() const
 {
-    return QUrl(QStringLiteral("http://%1:%2/i/v0/e/").arg(host).arg(m_server.serverPort()));
+    return QUrl(QStringLiteral("http://127.0.0.1:%1/i/v0/e/").arg(m_server.serverPort()));
 }
 
 bool CaptureServer::waitFor(int count)

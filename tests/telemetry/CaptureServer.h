@@ -14,7 +14,7 @@ class CaptureServer {
 public:
     CaptureServer();
 
-    [[nodiscard]] QUrl url(const QString& host = QStringLiteral("127.0.0.1")) const;
+    [[nodiscard]] QUrl url() const;
 
     /// Whether `count` requests have come, within a time that is generous for a busy machine.
     [[nodiscard]] bool waitFor(int count);
