@@ -196,8 +196,8 @@ double psnr(const QString& path, const QString& reference)
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.start(text("ffmpeg"),
         {text("-hide_banner"), text("-i"), path, text("-i"), reference, text("-lavfi"),
-            text("[0:v]setpts=N/30/TB[a];[1:v]setpts=N/30/TB[b];[a][b]psnr=shortest=1"), text("-f"), text("null"),
-            text("-")});
+            text("[0:v]settb=1/30,setpts=N[a];[1:v]settb=1/30,setpts=N[b];[a][b]psnr=shortest=1"), text("-f"),
+            text("null"), text("-")});
     process.waitForFinished(-1);
     const QString output = QString::fromUtf8(process.readAll());
     const qsizetype at = output.lastIndexOf(text("y:"));

@@ -37,8 +37,8 @@ Options softwareOptions(const VideoEncoding& encoding)
     // x265 writes to standard error on its own, and refers across key frames unless told otherwise.
     const QByteArray closed = "open-gop=0:log-level=error:keyint=" + keyFrames;
     if (best)
-        return {{"preset", "medium"}, {"crf", "17"}, {"forced-idr", "1"}, {"x265-params", closed}};
-    return {{"preset", "ultrafast"}, {"forced-idr", "1"}, {"x265-params", closed + ":rd=1:rc-lookahead=20"}};
+        return {{"preset", "medium"}, {"crf", "17"}, {"x265-params", closed}};
+    return {{"preset", "ultrafast"}, {"x265-params", closed + ":rd=1:rc-lookahead=25"}};
 }
 
 Options hardwareOptions(const EncoderChoice& choice, const VideoEncoding& encoding)

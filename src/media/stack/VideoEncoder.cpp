@@ -30,7 +30,6 @@ Result<std::unique_ptr<VideoEncoder>> VideoEncoder::open(const VideoEncoding& en
             continue;
         }
         encoder->m_context.reset(context->release());
-        encoder->m_sinceKey = encoder->m_context->gop_size;
         encoder->m_name = QString::fromLatin1(choice.name);
         return encoder;
     }
@@ -44,11 +43,8 @@ Result<void> VideoEncoder::encode(const VideoFrame& frame, int64_t pts, bool key
     if (!input)
         return avFailure(AVERROR(ENOMEM), QStringLiteral("Can’t encode with"), m_name);
     input->pts = pts;
-    // When the encoder's own turn for a key frame has come, it rates it better when it is not told to make one.
-    const bool due = m_sinceKey == m_context->gop_size;
-    if (key && !due)
+    if (key)
         input->pict_type = AV_PICTURE_TYPE_I;
-    m_sinceKey = key || due ? 1 : m_sinceKey + 1;
     if (const int code = avcodec_send_frame(m_context.get(), input.get()); code < 0)
         return avFailure(code, QStringLiteral("Can’t encode with"), m_name);
     return drainEncoder(*m_context, m_name, sink);

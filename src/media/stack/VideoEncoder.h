@@ -64,7 +64,6 @@ private:
     QString m_name;
     QStringList m_refusals;
     std::unique_ptr<AVCodecContext, void (*)(AVCodecContext*)> m_context;
-    int m_sinceKey = 0; ///< Pictures since the last key frame, it included.
 };
 
 } // namespace kelmo
