@@ -217,7 +217,8 @@ double residentMB()
     return file.readAll().split(' ')[1].toDouble() * double(sysconf(_SC_PAGESIZE)) / 1e6;
 }
 
-/// Plays at three times, seeks and edits: with the stops of the seeks, fifteen minutes on the wall are thirty of the take.
+/// Plays at three times, seeks and edits: with the stops of the seeks, fifteen minutes on the wall are thirty of the
+/// take.
 Outcome soak()
 {
     const std::shared_ptr<const LoadedTake> loaded = BenchTake::tenMinutes();

@@ -31,8 +31,8 @@ struct LoadedTake {
     /// Decoders of these files that stay open for the next frame that somebody wants to look at.
     std::shared_ptr<DecoderPool> decoders = std::make_shared<DecoderPool>();
 
-    /// Opens the movies of a take, both at once; its words don't matter. Blocks; call it on a worker. Fails with ("Take", 2) when the screen movie
-    /// has no video, and with the media stack's error when a file cannot be opened.
+    /// Opens the movies of a take, both at once; its words don't matter. Blocks; call it on a worker. Fails with
+    /// ("Take", 2) when the screen movie has no video, and with the media stack's error when a file cannot be opened.
     [[nodiscard]] static Opened load(const Take& take);
 };
 
