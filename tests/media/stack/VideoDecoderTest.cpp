@@ -276,7 +276,10 @@ TEST_P(VideoDecoderFormats, samplesOfTheTablesAreThoseThatTheDemuxerDelivers)
     QFile file(m_movie.spec.path);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     const MovBoxes boxes = MovBoxes::read(file);
-    if (!boxes.isPlain)
+    const bool isPlain
+        = m_movie.spec.layout != MovieLayout::Fragmented && !m_movie.spec.path.endsWith(QLatin1String(".mkv"));
+    ASSERT_EQ(boxes.isPlain, isPlain);
+    if (!isPlain)
         return;
     Result<AvHandle<AVFormatContext>> input = openContainer(m_movie.spec.path);
     AVFormatContext& format = **input;
