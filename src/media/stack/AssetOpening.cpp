@@ -262,16 +262,13 @@ Result<AvHandle<AVFormatContext>> openContainer(const QString& path)
 
 namespace {
 
-/// How long the last sample lasts. With B-frames the demuxer only gives an average to each packet, but the length of
-/// the media as a whole is exact, and so is the last decoding time.
-int64_t lastDurationOf(const AVStream& stream, const StreamSamples& listed)
+/// With B-frames the demuxer only gives an average to each packet, but the length of the media as a whole is exact.
+void settleLastDuration(StreamSamples& listed, const AVStream& stream)
 {
     // In a file that was cut off, the length also counts what is missing.
     const bool complete = int(listed.samples.size()) >= avformat_index_get_entries_count(&stream);
-    if (!complete || !isSane(stream.duration) || stream.duration <= 0 || listed.samples.empty())
-        return listed.lastDuration;
-    const int64_t rest = stream.duration - (listed.samples.back().dts - listed.samples.front().dts);
-    return rest > 0 && rest < 60 * int64_t(stream.time_base.den) ? rest : listed.lastDuration;
+    if (complete && stream.duration > 0 && isSane(stream.duration))
+        listed.settleLastDuration(stream.duration, stream.time_base.den);
 }
 
 /// How many bytes a moment of a stream's sound takes when it is uncompressed, 0 when it is not; none for pictures.
@@ -314,8 +311,7 @@ Result<std::vector<StreamSamples>> steppedSamples(
         return tl::unexpected(openError(path, QStringLiteral("it has too many samples")));
     for (const int stream : wanted) {
         if (io.boxes().hasMovie)
-            listed->at(size_t(stream)).lastDuration
-                = lastDurationOf(*format.streams[stream], (*listed)[size_t(stream)]);
+            settleLastDuration(listed->at(size_t(stream)), *format.streams[stream]);
     }
     return *std::move(listed);
 }

@@ -4,7 +4,7 @@ namespace kelmo {
 
 namespace {
 
-constexpr size_t mostSamples = 200'000'000;
+constexpr int64_t longestLastSeconds = 60;
 
 Sample sampleIn(const AVPacket& packet)
 {
@@ -19,6 +19,15 @@ bool isWhole(const Sample& sample, int64_t fileSize)
 }
 
 } // namespace
+
+void StreamSamples::settleLastDuration(int64_t wholeLength, int64_t ticksPerSecond)
+{
+    if (samples.empty())
+        return;
+    const int64_t rest = wholeLength - (samples.back().dts - samples.front().dts);
+    if (rest > 0 && rest < longestLastSeconds * ticksPerSecond)
+        lastDuration = rest;
+}
 
 std::optional<std::vector<StreamSamples>> listSamples(
     AVFormatContext& input, const std::set<int>& wanted, int64_t fileSize)

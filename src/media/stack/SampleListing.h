@@ -15,9 +15,15 @@ namespace kelmo {
 constexpr int64_t mostTicks = INT64_MAX / 8;
 [[nodiscard]] constexpr bool isSane(int64_t ticks) { return ticks >= -mostTicks && ticks <= mostTicks; }
 
+constexpr uint32_t mostSamples = 200'000'000; ///< More than a week of the densest sound.
+
 struct StreamSamples {
     std::vector<Sample> samples; ///< In decoding order.
     int64_t lastDuration = 0; ///< How long the last one lasts; not positive when nobody says.
+
+    /// The last sample lasts for what the others leave of the media's whole length, which is exact where what is said
+    /// of single samples may be an average. An absurd rest changes nothing. Lengths in ticks.
+    void settleLastDuration(int64_t wholeLength, int64_t ticksPerSecond);
 };
 
 /// Steps through the whole file and notes every sample of the wanted streams, one entry for each stream. None when

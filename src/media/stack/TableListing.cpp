@@ -6,10 +6,8 @@ namespace kelmo {
 
 namespace {
 
-constexpr uint32_t mostSamples = 200'000'000;
 constexpr uint32_t mostReserved = 4'000'000; // A damaged table may claim anything.
 constexpr uint32_t pcmFramesASample = 1024;
-constexpr int64_t longestLastSeconds = 60;
 
 /// The big-endian numbers of a table, in rows of `columns`, behind a head that ends in the number of rows.
 class Table {
@@ -227,11 +225,8 @@ private:
     {
         m_listed.lastDuration = m_lastDelta;
         const int64_t declared = m_track.clock.duration > 0 ? std::min(m_track.clock.duration, m_time) : m_time;
-        if (m_isComplete && !m_listed.samples.empty()) {
-            const int64_t rest = declared - (m_listed.samples.back().dts - m_listed.samples.front().dts);
-            if (rest > 0 && rest < longestLastSeconds * m_track.clock.timescale)
-                m_listed.lastDuration = rest;
-        }
+        if (m_isComplete)
+            m_listed.settleLastDuration(declared, m_track.clock.timescale);
         return std::move(m_listed);
     }
 
