@@ -52,17 +52,19 @@ QString selection()
     return parts.join(QLatin1Char('+'));
 }
 
+/// The encoder with the limits that ours has: a cap on the rate for H.264, none for HEVC.
 QStringList encoderArguments(Codec codec)
 {
     const QString rate = QString::number(Exporter::bitRate(codec, {1920, 1080}, 30));
     const QString twice = QString::number(2 * Exporter::bitRate(codec, {1920, 1080}, 30));
-    QStringList video = codec == Codec::H264
-        ? QStringList{text("-c:v"), text("libx264"), text("-preset"), text("superfast")}
+    const QStringList video = codec == Codec::H264
+        ? QStringList{text("-c:v"), text("libx264"), text("-preset"), text("superfast"), text("-maxrate"), twice,
+            text("-bufsize"), twice}
         : QStringList{text("-c:v"), text("libx265"), text("-preset"), text("ultrafast"), text("-x265-params"),
             text("log-level=error")};
-    video += {text("-b:v"), rate, text("-maxrate"), twice, text("-bufsize"), twice, text("-g"), text("60")};
     return video
-        + QStringList{text("-c:a"), text("aac"), text("-b:a"), text("192k"), text("-movflags"), text("+faststart")};
+        + QStringList{text("-b:v"), rate, text("-g"), text("60"), text("-c:a"), text("aac"), text("-b:a"), text("192k"),
+            text("-movflags"), text("+faststart")};
 }
 
 double ffmpegSeconds(Codec codec, const QString& path)
