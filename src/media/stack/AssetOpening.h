@@ -16,9 +16,9 @@ struct AssetTables {
     bool isMov = false;
 };
 
-/// Reads the tables of a movie. For QuickTime and MP4 files the media data itself is never touched: samples are taken
-/// from the demuxer's index, and where that does not hold all of them, the demuxer walks over a file whose `mdat`
-/// bodies read as nothing. Other containers are read through once.
+/// Reads the tables of a movie. For QuickTime and MP4 files the media data itself is never touched: the sample tables
+/// are read by us, and where they are of a rare kind, the demuxer steps over a file whose `mdat` bodies read as
+/// nothing. Other containers are read through once.
 [[nodiscard]] Result<AssetTables> readTables(const QString& path);
 
 } // namespace kelmo

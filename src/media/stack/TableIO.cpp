@@ -1,0 +1,84 @@
+#include "media/stack/TableIO.h"
+
+namespace kelmo {
+
+namespace {
+
+constexpr int bufferSize = 64 << 10;
+
+} // namespace
+
+TableIO::TableIO(const QString& path)
+    : m_file(path)
+{
+}
+
+TableIO::~TableIO()
+{
+    if (m_context)
+        av_freep(&m_context->buffer);
+    avio_context_free(&m_context);
+}
+
+bool TableIO::open()
+{
+    if (!m_file.open(QIODevice::ReadOnly))
+        return false;
+    m_boxes = MovBoxes::read(m_file);
+    auto* buffer = static_cast<uint8_t*>(av_malloc(bufferSize));
+    m_context = avio_alloc_context(buffer, bufferSize, 0, this, &TableIO::read, nullptr, &TableIO::seek);
+    return m_context != nullptr;
+}
+
+void TableIO::skipMediaData()
+{
+    m_skip = true;
+    m_context->direct = 1;
+}
+
+int TableIO::read(void* opaque, uint8_t* buffer, int size)
+{
+    auto* io = static_cast<TableIO*>(opaque);
+    if (io->m_skip && io->m_boxes.isMediaData(io->m_position, io->m_position + size)) {
+        io->m_position += size;
+        return size;
+    }
+    if (!io->m_file.seek(io->m_position))
+        return AVERROR(EIO);
+    const qint64 got = io->m_file.read(reinterpret_cast<char*>(buffer), size);
+    if (got < 0)
+        return AVERROR(EIO);
+    if (io->m_hide)
+        io->hideTablesIn(buffer, got);
+    io->m_position += got;
+    return got == 0 ? AVERROR_EOF : int(got);
+}
+
+int64_t TableIO::seek(void* opaque, int64_t offset, int whence)
+{
+    auto* io = static_cast<TableIO*>(opaque);
+    if (whence == AVSEEK_SIZE)
+        return io->m_file.size();
+    if (whence == SEEK_CUR)
+        offset += io->m_position;
+    else if (whence == SEEK_END)
+        offset += io->m_file.size();
+    if (offset < 0)
+        return AVERROR(EINVAL);
+    io->m_position = offset;
+    return offset;
+}
+
+/// Makes free space of the tables whose types lie in the `count` bytes from the current position on.
+void TableIO::hideTablesIn(uint8_t* buffer, int64_t count) const
+{
+    static constexpr char freeSpace[] = "free";
+    const std::vector<int64_t>& types = m_boxes.tableTypes;
+    auto type = std::upper_bound(types.begin(), types.end(), m_position - 4);
+    for (; type != types.end() && *type < m_position + count; ++type) {
+        for (int64_t i = std::max<int64_t>(0, m_position - *type); i < 4 && *type + i < m_position + count; ++i)
+            buffer[*type + i - m_position] = uint8_t(freeSpace[i]);
+    }
+}
+
+} // namespace kelmo
