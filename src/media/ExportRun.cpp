@@ -6,14 +6,15 @@ namespace kelmo {
 
 namespace {
 
-/// A cut costs the decoder the way from the key picture, so the encoder lives on what is in stock meanwhile.
-constexpr size_t mostStockBytes = 100'000'000;
+/// How many bytes of pictures to keep in stock: a cut costs the decoder the way from the key picture, and the encoder
+/// lives on them meanwhile. HEVC takes several times as long for each, and its encoder holds many to look ahead.
+size_t mostStockBytes(Codec codec) { return codec == Codec::Hevc ? 25'000'000 : 100'000'000; }
 
-/// How many pictures of a size to keep in stock: at least what evens out small hiccups.
-size_t stockOf(Exporter::Size size)
+/// The same in pictures of a size: at least what evens out small hiccups.
+size_t stockOf(Codec codec, Exporter::Size size)
 {
     const size_t bytes = size_t(size.width) * size_t(size.height) * 3 / 2;
-    return std::clamp<size_t>(mostStockBytes / std::max<size_t>(bytes, 1), 6, 60);
+    return std::clamp<size_t>(mostStockBytes(codec) / std::max<size_t>(bytes, 1), 6, 60);
 }
 
 constexpr int sessionFps = 60;
@@ -31,8 +32,8 @@ ExportRun::ExportRun(std::shared_ptr<const Built> built, const ExportSettings& s
     , m_size(size)
     , m_progress(progress)
     , m_cancelled(cancelled)
-    , m_screen(stockOf(size))
-    , m_camera(stockOf(size))
+    , m_screen(stockOf(settings.codec, size))
+    , m_camera(stockOf(settings.codec, size))
 {
     if (m_settings.engine == ExportSettings::Engine::Session)
         m_settings.fps = sessionFps;
