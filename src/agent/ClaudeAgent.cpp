@@ -5,6 +5,8 @@
 #include "telemetry/Analytics.h"
 #include "telemetry/Log.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QTextBoundaryFinder>
 
 namespace kelmo {

@@ -2,6 +2,9 @@
 
 #include <QByteArrayView>
 
+#include <algorithm>
+#include <array>
+
 namespace kelmo {
 
 namespace {

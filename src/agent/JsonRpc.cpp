@@ -13,7 +13,7 @@ namespace {
 QByteArray idText(const QByteArray& body, const QJsonValue& id)
 {
     if (id.isDouble()) {
-        const QByteArray digits = JsonText::numberAt(body, "id");
+        QByteArray digits = JsonText::numberAt(body, "id");
         if (!digits.isEmpty() && digits.toDouble() == id.toDouble())
             return digits;
     }

@@ -50,7 +50,7 @@ std::vector<Span> ToolArguments::spans(QStringView name) const
 {
     std::vector<Span> spans;
     const QJsonArray list = m_arguments.value(name).toArray();
-    for (const QJsonValue& each : list) {
+    for (const auto each : list) {
         if (const std::optional<Span> span = spanIn(each))
             spans.push_back(*span);
     }
@@ -61,7 +61,7 @@ std::vector<int> ToolArguments::indices(QStringView name) const
 {
     std::vector<int> indices;
     const QJsonArray list = m_arguments.value(name).toArray();
-    for (const QJsonValue& each : list) {
+    for (const auto each : list) {
         if (!each.isDouble())
             continue;
         const qint64 index = truncated(each.toDouble());

@@ -9,7 +9,6 @@ namespace kelmo {
 namespace {
 
 using ToolCatalogue::Argument;
-using ToolCatalogue::Hints;
 using ToolCatalogue::Tool;
 
 QJsonObject schema(const char* type, const char* description = nullptr)

@@ -10,6 +10,8 @@
 #include "platform/MonotonicClock.h"
 
 #include <QCoroTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
 
 #include <cstdio>
 

@@ -26,6 +26,7 @@ bool startsAtZero(const LoadedTake::Source& source)
 std::vector<AudioSource> audioSources(const LoadedTake& loaded)
 {
     std::vector<AudioSource> found;
+    found.reserve(loaded.screenAudio.size() + loaded.camAudio.size());
     for (const LoadedTake::Source& source : loaded.screenAudio)
         found.push_back({source, startsAtZero(source) ? loaded.take.screenAudioStartMs : 0});
     for (const LoadedTake::Source& source : loaded.camAudio)

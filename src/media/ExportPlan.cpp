@@ -55,7 +55,7 @@ std::vector<PlannedFrame> ExportPlan::ownFrames(const Composition& composition)
     return frames;
 }
 
-std::vector<PlannedFrame> ExportPlan::capped(std::vector<PlannedFrame> frames, int fps, MediaTime end)
+std::vector<PlannedFrame> ExportPlan::capped(const std::vector<PlannedFrame>& frames, int fps, MediaTime end)
 {
     const int64_t step = ticksPerSecond / fps;
     std::vector<PlannedFrame> kept;

@@ -29,7 +29,7 @@ namespace ExportPlan {
 
 /// At most `fps` pictures a second: one that follows too soon is dropped. What was dropped last shows after all when
 /// nothing follows for a while, so that a picture never stays out of date longer than the grid is wide.
-[[nodiscard]] std::vector<PlannedFrame> capped(std::vector<PlannedFrame> frames, int fps, MediaTime end);
+[[nodiscard]] std::vector<PlannedFrame> capped(const std::vector<PlannedFrame>& frames, int fps, MediaTime end);
 
 /// Marks the key frames: at least one in every two seconds, the first included. A picture that stands still for longer
 /// is repeated, so that one can fall there, too.

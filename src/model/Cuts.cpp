@@ -101,7 +101,7 @@ QString Cuts::signature() const
     QStringList ranges;
     for (const Span& span : spans)
         ranges.append(wholeMs(span.start) + QLatin1Char('-') + wholeMs(span.end));
-    const QString cut = ranges.join(QLatin1Char(','));
+    QString cut = ranges.join(QLatin1Char(','));
     if (!isTrimmed())
         return cut;
     const QString out = std::isfinite(trimOut) ? wholeMs(trimOut) : QStringLiteral("end");

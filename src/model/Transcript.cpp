@@ -16,7 +16,7 @@ std::optional<std::vector<Word>> decodeWords(const QJsonArray& array)
 {
     std::vector<Word> words;
     words.reserve(static_cast<size_t>(array.size()));
-    for (const QJsonValue& element : array) {
+    for (const auto element : array) {
         std::optional<Word> word = Word::fromJson(element);
         if (!word)
             return std::nullopt;

@@ -6,6 +6,7 @@
 #include <QClipboard>
 #include <QCoroFuture>
 #include <QDesktopServices>
+#include <QFileInfo>
 #include <QGuiApplication>
 
 namespace kelmo {

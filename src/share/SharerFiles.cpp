@@ -3,6 +3,7 @@
 #include "platform/PrivateFile.h"
 #include "share/Sharer.h"
 
+#include <QJsonDocument>
 #include <QSaveFile>
 
 namespace kelmo {

@@ -12,11 +12,11 @@ QString InstallID::loadOrCreate(const QString& path)
 {
     QFile file(path);
     if (file.open(QIODevice::ReadOnly)) {
-        const QString stored = QString::fromUtf8(file.read(4096)).trimmed();
+        QString stored = QString::fromUtf8(file.read(4096)).trimmed();
         if (!stored.isEmpty())
             return stored;
     }
-    const QString created = QUuid::createUuid().toString(QUuid::WithoutBraces);
+    QString created = QUuid::createUuid().toString(QUuid::WithoutBraces);
     QDir().mkpath(QFileInfo(path).absolutePath());
     QSaveFile target(path);
     if (target.open(QIODevice::WriteOnly)) {

@@ -88,7 +88,7 @@ void PlayerView::paintEvent(QPaintEvent*)
     const QSize shown = fits ? picture->size() : fitted; // Scaled only for the moment that follows a resize.
     const QPointF origin = painter.deviceTransform().map(QPointF(0, 0));
     const QPointF toWhole(std::round(origin.x()) - origin.x(), std::round(origin.y()) - origin.y());
-    const QPointF corner((box.width() - shown.width()) / 2, (box.height() - shown.height()) / 2);
+    const QPoint corner((box.width() - shown.width()) / 2, (box.height() - shown.height()) / 2);
     painter.scale(1 / ratio, 1 / ratio);
     const QRectF place(corner + toWhole, shown);
     if (fits)

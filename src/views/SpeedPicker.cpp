@@ -53,7 +53,7 @@ void SpeedPicker::Choice::paintEvent(QPaintEvent*)
     painter.drawText(rect(), Qt::AlignCenter, text());
 }
 
-SpeedPicker::SpeedPicker(std::function<void(double rate)> onPick, QWidget* parent)
+SpeedPicker::SpeedPicker(const std::function<void(double rate)>& onPick, QWidget* parent)
     : QWidget(parent)
 {
     setAccessibleName(QStringLiteral("Speed"));

@@ -13,7 +13,7 @@ class SpeedPicker : public QWidget {
     Q_OBJECT
 
 public:
-    SpeedPicker(std::function<void(double rate)> onPick, QWidget* parent);
+    SpeedPicker(const std::function<void(double rate)>& onPick, QWidget* parent);
 
     void setRate(double rate);
 

@@ -38,8 +38,8 @@ bool isPlain(const QTextLayout& layout)
 
 } // namespace
 
-TextPage::TextPage(QFont font)
-    : m_font(std::move(font))
+TextPage::TextPage(const QFont& font)
+    : m_font(font)
 {
 }
 

@@ -18,7 +18,7 @@ namespace kelmo {
 /// only.
 class TextPage {
 public:
-    explicit TextPage(QFont font);
+    explicit TextPage(const QFont& font);
 
     void setText(const QString& text); ///< Forgets the looks.
     void setFont(const QFont& font);

@@ -15,13 +15,12 @@ constexpr QColor surface1{0x16, 0x16, 0x17}; ///< Transcript card, tray of the s
 constexpr QColor surface2{0x1e, 0x1e, 0x20}; ///< Buttons and fields.
 constexpr QColor surface3{0x2a, 0x2a, 0x2d}; ///< Chosen, pressed, badges.
 
+/// An opacity of 0 to 1 in 255 steps.
+[[nodiscard]] constexpr int alpha(double opacity) { return static_cast<int>((opacity * 510 + 1) / 2); }
 /// White at an opacity of 0 to 1.
-[[nodiscard]] constexpr QColor white(double opacity)
-{
-    return QColor(255, 255, 255, static_cast<int>(opacity * 255 + 0.5));
-}
+[[nodiscard]] constexpr QColor white(double opacity) { return QColor(255, 255, 255, alpha(opacity)); }
 /// Black at an opacity of 0 to 1.
-[[nodiscard]] constexpr QColor black(double opacity) { return QColor(0, 0, 0, static_cast<int>(opacity * 255 + 0.5)); }
+[[nodiscard]] constexpr QColor black(double opacity) { return QColor(0, 0, 0, alpha(opacity)); }
 
 constexpr QColor line = white(0.08); ///< Around surface 2, and between rows.
 constexpr QColor text1 = white(0.92); ///< Titles and values.

@@ -27,6 +27,7 @@ std::vector<double> TimelineGeometry::tileTimes() const
     constexpr double tileWidth = barHeight * 16 / 9;
     const int count = std::max(1, int(m_trackWidth / tileWidth));
     std::vector<double> times;
+    times.reserve(size_t(count));
     for (int i = 0; i < count; ++i)
         times.push_back(toSource((i + 0.5) * m_trackWidth / count));
     return times;

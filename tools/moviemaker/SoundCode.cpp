@@ -2,6 +2,7 @@
 
 #include "tools/moviemaker/Correlation.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <numbers>

@@ -6,6 +6,12 @@
 #include "tools/sample-take/ScreenPainter.h"
 #include "tools/sample-take/ScreenSounds.h"
 
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QSaveFile>
 
 #include <future>

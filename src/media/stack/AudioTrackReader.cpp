@@ -47,7 +47,7 @@ Result<std::unique_ptr<AudioTrackReader>> AudioTrackReader::open(std::shared_ptr
     if (!packets)
         return tl::unexpected(packets.error());
 
-    std::unique_ptr<AudioTrackReader> reader(new AudioTrackReader(asset, track));
+    std::unique_ptr<AudioTrackReader> reader(new AudioTrackReader(std::move(asset), track));
     reader->m_reader = std::move(*packets);
     reader->m_codec.reset(avcodec_alloc_context3(codec));
     AVCodecContext* context = reader->m_codec.get();

@@ -30,7 +30,7 @@ void PeakLimiter::limit(std::span<const float> sound, std::span<float> out)
     const int count = int(sound.size() / 2);
     std::vector<float> least(size_t(count), 1.0f);
     for (int i = 0; i < count; ++i) {
-        const float gain = neededGain(&sound[size_t(2 * i)]);
+        const float gain = neededGain(&sound[2 * size_t(i)]);
         if (gain < 1.0f) {
             for (int j = std::max(0, i - half); j <= std::min(count - 1, i + half); ++j)
                 least[size_t(j)] = std::min(least[size_t(j)], gain);
@@ -42,8 +42,8 @@ void PeakLimiter::limit(std::span<const float> sound, std::span<float> out)
         for (int j = centre - half; j <= centre + half; ++j)
             sum += least[size_t(j)];
         const auto gain = float(sum / (2 * half + 1));
-        out[size_t(2 * i)] = std::clamp(out[size_t(2 * i)] * gain, -1.0f, 1.0f);
-        out[size_t(2 * i + 1)] = std::clamp(out[size_t(2 * i + 1)] * gain, -1.0f, 1.0f);
+        for (float& value : out.subspan(2 * size_t(i), 2))
+            value = std::clamp(value * gain, -1.0f, 1.0f);
     }
 }
 

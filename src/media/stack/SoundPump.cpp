@@ -15,8 +15,10 @@ constexpr int fadeFrames = AudioOutput::rate / 200;
 void fadeIn(std::vector<float>& sound, int64_t done)
 {
     const int64_t frames = std::min<int64_t>(fadeFrames - done, int64_t(sound.size()) / channels);
-    for (int64_t i = 0; i < frames * channels; ++i)
-        sound[size_t(i)] *= float(done + i / channels) / fadeFrames;
+    for (int64_t i = 0; i < frames * channels; ++i) {
+        const int64_t frame = done + i / channels;
+        sound[size_t(i)] *= float(frame) / fadeFrames;
+    }
 }
 
 } // namespace

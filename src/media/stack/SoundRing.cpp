@@ -47,8 +47,10 @@ void SoundRing::leaveTail()
 
 void SoundRing::fadeOut(float* interleaved, int64_t frames)
 {
-    for (int64_t i = 0; i < frames * channels; ++i)
-        interleaved[i] *= 1 - float(i / channels) / float(frames);
+    for (int64_t i = 0; i < frames * channels; ++i) {
+        const int64_t frame = i / channels;
+        interleaved[i] *= 1 - float(frame) / float(frames);
+    }
 }
 
 int64_t SoundRing::queued() const
@@ -73,7 +75,8 @@ double SoundRing::queuedEnd() const
     if (m_blocks.empty())
         return givenEnd();
     const Block& last = m_blocks.back();
-    return last.editedFrame + double(last.samples.size() / channels) * last.editedPerFrame;
+    const size_t frames = last.samples.size() / channels;
+    return last.editedFrame + double(frames) * last.editedPerFrame;
 }
 
 /// Drops what waits from a frame of the epoch's clock on.
