@@ -247,7 +247,10 @@ TEST_F(EditorExport, mainThreadIsNeverBlockedByMedia)
     });
     sinceTick.start();
     ticking.start(1);
-    openLoaded(QStringLiteral("a talk"));
+    QEventLoop loading; // Waiting for a condition would sleep in between.
+    m_editor->onTakeReady = [&](const Take&) { loading.quit(); };
+    m_editor->open(m_takes.movie(QStringLiteral("a talk")));
+    loading.exec();
     Export exporting = start();
     std::vector<QCoro::Task<Result<QByteArray>>> grabs;
     for (int i = 0; i < 6; ++i)
