@@ -131,7 +131,7 @@ void ClaudeAgent::handle(const QJsonObject& object)
     const QString type = object.value(u"type").toString();
     if (type == QLatin1String("assistant")) {
         const QJsonArray content = object.value(u"message")[u"content"].toArray();
-        for (const QJsonValue& item : content)
+        for (const auto item : content)
             handleContent(item.toObject());
     } else if (type == QLatin1String("result")) {
         const QJsonValue result = object.value(u"result");

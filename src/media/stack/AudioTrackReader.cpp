@@ -38,7 +38,8 @@ AudioTrackReader::AudioTrackReader(std::shared_ptr<const Asset> asset, const Tra
 
 AudioTrackReader::~AudioTrackReader() = default;
 
-Result<std::unique_ptr<AudioTrackReader>> AudioTrackReader::open(std::shared_ptr<const Asset> asset, const Track& track)
+Result<std::unique_ptr<AudioTrackReader>> AudioTrackReader::open(
+    const std::shared_ptr<const Asset>& asset, const Track& track)
 {
     const AVCodec* codec = avcodec_find_decoder(track.parameters->codec_id);
     if (!codec)
@@ -47,7 +48,7 @@ Result<std::unique_ptr<AudioTrackReader>> AudioTrackReader::open(std::shared_ptr
     if (!packets)
         return tl::unexpected(packets.error());
 
-    std::unique_ptr<AudioTrackReader> reader(new AudioTrackReader(std::move(asset), track));
+    std::unique_ptr<AudioTrackReader> reader(new AudioTrackReader(asset, track));
     reader->m_reader = std::move(*packets);
     reader->m_codec.reset(avcodec_alloc_context3(codec));
     AVCodecContext* context = reader->m_codec.get();

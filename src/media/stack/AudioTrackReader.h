@@ -22,7 +22,7 @@ public:
     static constexpr int channels = 2;
 
     [[nodiscard]] static Result<std::unique_ptr<AudioTrackReader>> open(
-        std::shared_ptr<const Asset> asset, const Track& track);
+        const std::shared_ptr<const Asset>& asset, const Track& track);
     ~AudioTrackReader();
 
     /// Fills `count` stereo samples (interleaved, full scale 1.0) from sample `position` of the file's clock; silence
