@@ -250,7 +250,10 @@ TEST_F(EditorExport, mainThreadIsNeverBlockedByMedia)
     QEventLoop loading; // Waiting for a condition would sleep in between.
     m_editor->onTakeReady = [&](const Take&) { loading.quit(); };
     m_editor->open(m_takes.movie(QStringLiteral("a talk")));
+    QTimer::singleShot(10'000, &loading, &QEventLoop::quit);
     loading.exec();
+    m_editor->onTakeReady = nullptr;
+    ASSERT_TRUE(m_editor->loaded());
     Export exporting = start();
     std::vector<QCoro::Task<Result<QByteArray>>> grabs;
     for (int i = 0; i < 6; ++i)
