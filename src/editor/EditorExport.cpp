@@ -6,6 +6,7 @@
 #include "platform/Home.h"
 #include "platform/MonotonicClock.h"
 #include "platform/SleepInhibitor.h"
+#include "platform/ThreadPriority.h"
 #include "telemetry/Analytics.h"
 #include "telemetry/Log.h"
 
@@ -127,6 +128,7 @@ QFuture<Result<ExportReport>> Editor::startExport(
         });
     };
     return QtConcurrent::run(&m_workers, [settings, path, progress, edit, cancelled = m_exportCancelled] {
+        lowerThreadPriority(Behind::AStep);
         return Exporter::run(edit, settings, path, progress, *cancelled);
     });
 }
@@ -204,8 +206,10 @@ QCoro::Task<Result<QByteArray>> Editor::frame(double atEditedMs, double maxWidth
     if (!m_built)
         co_return editorFailure(1, QStringLiteral("No take open"));
     const std::shared_ptr<const Built> built = m_built;
-    const QFuture<Result<QByteArray>> grabbing = QtConcurrent::run(
-        &m_workers, [built, atEditedMs, maxWidth] { return FrameGrab::png(*built, atEditedMs, maxWidth); });
+    const QFuture<Result<QByteArray>> grabbing = QtConcurrent::run(&m_workers, [built, atEditedMs, maxWidth] {
+        lowerThreadPriority(Behind::AStep);
+        return FrameGrab::png(*built, atEditedMs, maxWidth);
+    });
     co_return co_await grabbing;
 }
 

@@ -1,6 +1,7 @@
 #include "editor/Editor.h"
 #include "media/CompositionBuilder.h"
 #include "platform/MonotonicClock.h"
+#include "platform/ThreadPriority.h"
 #include "telemetry/Log.h"
 
 #include <QFutureWatcher>
@@ -64,7 +65,10 @@ void Editor::open(const QString& path)
     pausePlaying();
     m_openStartedMs = startedAt;
     // The movies' tables are read on a worker while the words are read here.
-    const auto loading = QtConcurrent::run(&m_workers, [files = *take] { return LoadedTake::load(files); });
+    const auto loading = QtConcurrent::run(&m_workers, [files = *take] {
+        lowerThreadPriority(Behind::AStep);
+        return LoadedTake::load(files);
+    });
     take->readWords();
     resetTo(*take);
     watchAlignment(*take);

@@ -1,5 +1,7 @@
 #include "editor/TranscriptWatch.h"
 
+#include "platform/ThreadPriority.h"
+
 #include <QFutureWatcher>
 #include <QtConcurrent>
 
@@ -63,8 +65,10 @@ void TranscriptWatch::look()
         else
             m_seen = {}; // Some other file of the take is being replaced: the next round looks again.
     });
-    reading->setFuture(QtConcurrent::run(
-        &m_workers, [dir = m_take.dir, base = m_take.base]() -> Result<Take> { return Take::load(dir, base); }));
+    reading->setFuture(QtConcurrent::run(&m_workers, [dir = m_take.dir, base = m_take.base]() -> Result<Take> {
+        lowerThreadPriority(Behind::AStep);
+        return Take::load(dir, base);
+    }));
 }
 
 void TranscriptWatch::receive(const Take& take)

@@ -1,8 +1,8 @@
 #include "views/Filmstrip.h"
 
 #include "media/ThumbnailGenerator.h"
-#include "platform/BackgroundPriority.h"
 #include "platform/MonotonicClock.h"
+#include "platform/ThreadPriority.h"
 #include "telemetry/Log.h"
 
 #include <QCoroFuture>
@@ -18,7 +18,7 @@ enum class Kind { Picture, KeyPicture };
 
 std::optional<Thumbnail> make(ThumbnailGenerator& generator, int bucket, Kind kind)
 {
-    enterBackgroundPriority();
+    lowerThreadPriority(Behind::Far);
     const double ms = bucket * Filmstrip::bucketMs;
     if (kind == Kind::KeyPicture)
         return generator.keyPicture(ms);
