@@ -12,7 +12,7 @@ constexpr qint64 pieceBytes = 1024 * 1024;
 
 } // namespace
 
-std::optional<QJsonObject> JsonFile::readObject(const QString& path)
+std::optional<QByteArray> JsonFile::read(const QString& path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly) || file.size() > maximumBytes)
@@ -25,7 +25,13 @@ std::optional<QJsonObject> JsonFile::readObject(const QString& path)
         json += piece;
     if (json.size() > maximumBytes || file.error() != QFile::NoError)
         return std::nullopt;
-    return parseObject(json);
+    return json;
+}
+
+std::optional<QJsonObject> JsonFile::readObject(const QString& path)
+{
+    const std::optional<QByteArray> json = read(path);
+    return json ? parseObject(*json) : std::nullopt;
 }
 
 std::optional<QJsonObject> JsonFile::parseObject(const QByteArray& json)

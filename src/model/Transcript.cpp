@@ -2,63 +2,99 @@
 
 #include "model/JsonFile.h"
 
-#include <QJsonArray>
+#include <simdjson.h>
 
 #include <algorithm>
+#include <array>
 
 namespace kelmo {
 
 namespace {
 
-bool isAbsent(const QJsonValue& value) { return value.isUndefined() || value.isNull(); }
+using simdjson::dom::array;
+using simdjson::dom::element;
+using simdjson::dom::object;
 
-std::optional<std::vector<Word>> decodeWords(const QJsonArray& array)
+/// The values of the keys, in their order, where they are there and not null; of a key's several values the last. One
+/// look over the object, for there are many words.
+template <size_t count>
+std::array<std::optional<element>, count> values(object json, const std::array<std::string_view, count>& keys)
+{
+    std::array<std::optional<element>, count> found;
+    for (const auto field : json) {
+        const auto key = std::find(keys.begin(), keys.end(), field.key);
+        if (key != keys.end())
+            found[size_t(key - keys.begin())]
+                = field.value.is_null() ? std::nullopt : std::optional<element>(field.value);
+    }
+    return found;
+}
+
+/// Nothing when there is no value or it is of another type.
+template <typename Value> std::optional<Value> as(const std::optional<element>& value)
+{
+    Value read{};
+    return value && value->get(read) == simdjson::SUCCESS ? std::optional(read) : std::nullopt;
+}
+
+QString text(std::string_view utf8) { return QString::fromUtf8(utf8.data(), qsizetype(utf8.size())); }
+
+std::optional<Word> decodeWord(element value)
+{
+    object json;
+    if (value.get(json) != simdjson::SUCCESS)
+        return std::nullopt;
+    const auto [textValue, startValue, endValue, confidenceValue]
+        = values<4>(json, {"text", "startMs", "endMs", "confidence"});
+    const auto said = as<std::string_view>(textValue);
+    const auto start = as<double>(startValue);
+    const auto end = as<double>(endValue);
+    const auto confidence = as<double>(confidenceValue);
+    if (!said || !start || !end || (confidenceValue && !confidence))
+        return std::nullopt;
+    return Word{text(*said), *start, *end, confidence};
+}
+
+std::optional<std::vector<Word>> decodeWords(array list)
 {
     std::vector<Word> words;
-    words.reserve(static_cast<size_t>(array.size()));
-    for (const auto element : array) {
-        std::optional<Word> word = Word::fromJson(element);
+    words.reserve(list.size());
+    for (const element value : list) {
+        std::optional<Word> word = decodeWord(value);
         if (!word)
             return std::nullopt;
         if (word->isValid())
             words.push_back(std::move(*word));
     }
-    std::stable_sort(words.begin(), words.end(), [](const Word& a, const Word& b) { return a.startMs < b.startMs; });
+    if (!std::ranges::is_sorted(words, {}, &Word::startMs)) // The recorder writes them in order.
+        std::ranges::stable_sort(words, {}, &Word::startMs);
     return words;
-}
-
-std::optional<Transcript> decodeObject(const QJsonObject& json)
-{
-    const QJsonValue words = json.value(QLatin1String("words"));
-    const QJsonValue timeBase = json.value(QLatin1String("timeBase"));
-    const QJsonValue aligned = json.value(QLatin1String("aligned"));
-    if ((!isAbsent(words) && !words.isArray()) || (!isAbsent(timeBase) && !timeBase.isString())
-        || (!isAbsent(aligned) && !aligned.isBool()))
-        return std::nullopt;
-    std::optional<std::vector<Word>> decoded = decodeWords(words.toArray());
-    if (!decoded)
-        return std::nullopt;
-    Transcript transcript;
-    transcript.words = std::move(*decoded);
-    if (timeBase.isString())
-        transcript.timeBase = timeBase.toString();
-    if (aligned.isBool())
-        transcript.aligned = aligned.toBool();
-    return transcript;
 }
 
 } // namespace
 
 std::optional<Transcript> Transcript::read(const QString& path)
 {
-    const std::optional<QJsonObject> json = JsonFile::readObject(path);
-    return json ? decodeObject(*json) : std::nullopt;
+    const std::optional<QByteArray> json = JsonFile::read(path);
+    return json ? decode(*json) : std::nullopt;
 }
 
-std::optional<Transcript> Transcript::decode(const QByteArray& text)
+std::optional<Transcript> Transcript::decode(const QByteArray& utf8)
 {
-    const std::optional<QJsonObject> json = JsonFile::parseObject(text);
-    return json ? decodeObject(*json) : std::nullopt;
+    simdjson::dom::parser parser;
+    object json;
+    if (parser.parse(utf8.constData(), size_t(utf8.size())).get(json) != simdjson::SUCCESS)
+        return std::nullopt;
+    const auto [wordsValue, timeBaseValue, alignedValue] = values<3>(json, {"words", "timeBase", "aligned"});
+    const auto list = as<array>(wordsValue);
+    const auto timeBase = as<std::string_view>(timeBaseValue);
+    const auto aligned = as<bool>(alignedValue);
+    if ((wordsValue && !list) || (timeBaseValue && !timeBase) || (alignedValue && !aligned))
+        return std::nullopt;
+    std::optional<std::vector<Word>> words = list ? decodeWords(*list) : std::vector<Word>();
+    if (!words)
+        return std::nullopt;
+    return Transcript{std::move(*words), timeBase ? std::optional(text(*timeBase)) : std::nullopt, aligned};
 }
 
 } // namespace kelmo

@@ -21,7 +21,7 @@ struct Transcript {
     [[nodiscard]] static std::optional<Transcript> read(const QString& path);
 
     /// Decodes strictly: one word that lacks a key or has a value of the wrong type spoils the whole text.
-    [[nodiscard]] static std::optional<Transcript> decode(const QByteArray& json);
+    [[nodiscard]] static std::optional<Transcript> decode(const QByteArray& utf8);
 };
 
 } // namespace kelmo

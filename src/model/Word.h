@@ -20,11 +20,8 @@ struct Word {
     /// Both times are finite and the start is not after the end. A word of zero length is valid.
     [[nodiscard]] bool isValid() const;
 
-    /// The keys "text", "startMs", "endMs" and, when there is one, "confidence".
+    /// As transcript files have it: the keys "text", "startMs", "endMs" and, when there is one, "confidence".
     [[nodiscard]] QJsonObject toJson() const;
-
-    /// Nothing when a required key is missing or any of the four has the wrong type.
-    [[nodiscard]] static std::optional<Word> fromJson(const QJsonValue& value);
 };
 
 [[nodiscard]] size_t qHash(const Word& word, size_t seed = 0) noexcept;

@@ -1,5 +1,8 @@
 #include "model/Transcript.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+
 #include <cmath>
 #include <cstdlib>
 
@@ -27,7 +30,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         require(std::isfinite(word.startMs) && std::isfinite(word.endMs));
         require(word.startMs <= word.endMs && before <= word.startMs);
         before = word.startMs;
-        require(Word::fromJson(word.toJson()) == word);
     }
+    QJsonArray written;
+    for (const Word& word : transcript->words)
+        written.append(word.toJson());
+    const auto again = Transcript::decode(QJsonDocument(QJsonObject{{QStringLiteral("words"), written}}).toJson());
+    require(again && again->words == transcript->words);
     return 0;
 }

@@ -33,6 +33,8 @@ TEST(Transcript, decodeMalformedTextGivesNothing)
         wordsJson(good + R"(,{"text":"b","startMs":true,"endMs":2})"),
         wordsJson(good + R"(,{"text":"b","startMs":1,"endMs":2,"confidence":"high"})"),
         wordsJson(good + R"(,{"text":"b","startMs":1,"endMs":2,"confidence":false})"),
+        wordsJson(R"({"text":"half \ud83d","startMs":1,"endMs":2})"),
+        wordsJson(R"({"text":"b","startMs":1,"endMs":1e999})"),
         wordsJson("{\"text\":\"\xff\xfe\",\"startMs\":1,\"endMs\":2}"),
         "{\"extra\":" + QByteArray(1'000'000, '[') + QByteArray(1'000'000, ']') + "}",
     };
@@ -93,8 +95,10 @@ TEST(Word, toJsonWithoutConfidenceHasThreeKeysAndReadsBack)
     const Word plain{QStringLiteral("Hé,"), 1.5, 2, std::nullopt};
     EXPECT_EQ(plain.toJson().keys(),
         (QStringList{QStringLiteral("endMs"), QStringLiteral("startMs"), QStringLiteral("text")}));
-    EXPECT_EQ(Word::fromJson(plain.toJson()), plain);
     const Word rated{QStringLiteral("x"), 0, 0, 0.25};
-    EXPECT_EQ(Word::fromJson(rated.toJson()), rated);
+    const auto read = Transcript::decode(
+        wordsJson(QJsonDocument(rated.toJson()).toJson() + ',' + QJsonDocument(plain.toJson()).toJson()));
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->words, (std::vector<Word>{rated, plain}));
     EXPECT_NE(qHash(plain), qHash(rated));
 }
