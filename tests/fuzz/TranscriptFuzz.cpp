@@ -3,6 +3,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 
@@ -16,24 +17,41 @@ void require(bool condition)
         std::abort();
 }
 
+/// The words of a text that decodes, as another reader of JSON sees them.
+std::vector<Word> wordsByQt(const QByteArray& utf8)
+{
+    std::vector<Word> words;
+    for (const QJsonValue each : QJsonDocument::fromJson(utf8).object().value(QLatin1String("words")).toArray()) {
+        const QJsonValue confidence = each[QLatin1String("confidence")];
+        const Word word{each[QLatin1String("text")].toString(), each[QLatin1String("startMs")].toDouble(),
+            each[QLatin1String("endMs")].toDouble(),
+            confidence.isDouble() ? std::optional(confidence.toDouble()) : std::nullopt};
+        if (word.isValid())
+            words.push_back(word);
+    }
+    std::ranges::stable_sort(words, {}, &Word::startMs);
+    return words;
+}
+
 } // namespace
 
-// Whatever a transcript file holds, the words that come out are usable: finite, sorted, and the same when written down
-// and read again.
+// Whatever a transcript file holds, the words that come out are usable, finite and sorted; they are the ones that
+// another reader sees, and the same when written down and read again.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    const auto transcript = Transcript::decode(QByteArray(reinterpret_cast<const char*>(data), qsizetype(size)));
+    const QByteArray utf8(reinterpret_cast<const char*>(data), qsizetype(size));
+    const auto transcript = Transcript::decode(utf8);
     if (!transcript)
         return 0;
     double before = -HUGE_VAL;
+    QJsonArray written;
     for (const Word& word : transcript->words) {
         require(std::isfinite(word.startMs) && std::isfinite(word.endMs));
         require(word.startMs <= word.endMs && before <= word.startMs);
         before = word.startMs;
-    }
-    QJsonArray written;
-    for (const Word& word : transcript->words)
         written.append(word.toJson());
+    }
+    require(transcript->words == wordsByQt(utf8));
     const auto again = Transcript::decode(QJsonDocument(QJsonObject{{QStringLiteral("words"), written}}).toJson());
     require(again && again->words == transcript->words);
     return 0;
