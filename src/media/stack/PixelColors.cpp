@@ -1,6 +1,7 @@
 #include "media/stack/PixelColors.h"
 
 extern "C" {
+#include <libavutil/opt.h>
 #include <libavutil/pixdesc.h>
 }
 
@@ -30,6 +31,14 @@ int flagsWithinRows(int flags, int width)
 {
     constexpr int block = 16;
     return width % block ? flags | SWS_ACCURATE_RND : flags;
+}
+
+void placeScalerColors(SwsContext& scaler, const VideoFrame& frame)
+{
+    constexpr int middle = 128;
+    const AVChromaLocation location = frame.av()->chroma_location;
+    av_opt_set_int(&scaler, "src_h_chr_pos", location == AVCHROMA_LOC_CENTER ? middle : 0, 0);
+    av_opt_set_int(&scaler, "src_v_chr_pos", location == AVCHROMA_LOC_TOPLEFT ? 0 : middle, 0);
 }
 
 void setScalerColors(SwsContext* scaler, ColorTags from, bool fromRgb, ColorTags to, bool toRgb)

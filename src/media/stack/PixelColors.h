@@ -14,6 +14,10 @@ namespace kelmo {
 /// writes whole blocks of pixels, past the end of the last row.
 [[nodiscard]] int flagsWithinRows(int flags, int width);
 
+/// Tells a scaler that is not set up yet where a colour sample of the picture lies among its four pixels: left of their
+/// middle unless the movie says otherwise.
+void placeScalerColors(SwsContext& scaler, const VideoFrame& frame);
+
 /// Tells a scaler what the numbers on both sides mean; it does not read that from the pictures.
 void setScalerColors(SwsContext* scaler, ColorTags from, bool fromRgb, ColorTags to, bool toRgb);
 

@@ -3,104 +3,77 @@
 #include <QtEndian>
 
 #include <algorithm>
-#include <future>
-#include <thread>
+#include <isa-l.h>
+#include <memory>
 #include <vector>
-#include <zlib.h>
 
 namespace kelmo {
 
 namespace {
 
-// Screens pack well at any strength, and the reader waits.
-constexpr int compression = 1;
-constexpr int leastRowsAStripe = 64;
-
-struct Pixels {
-    const uint8_t* rgb;
-    int width;
-    int stride;
-};
-
-/// A run of rows, packed so that the next one can follow it directly.
-struct Stripe {
-    QByteArray packed;
-    uLong checksum = 0; ///< Adler-32 of what was packed.
-    size_t rawSize = 0;
-};
-
-/// One deflate stream without header, of which each stripe is a part.
+/// One zlib stream, growing as its bytes come.
 class Deflater {
 public:
-    explicit Deflater(QByteArray& output)
-        : m_output(output)
-        , m_good(
-              deflateInit2(&m_stream, compression, Z_DEFLATED, -MAX_WBITS, MAX_MEM_LEVEL, Z_DEFAULT_STRATEGY) == Z_OK)
+    Deflater()
     {
-    }
-    ~Deflater() { deflateEnd(&m_stream); }
-    Deflater(const Deflater&) = delete;
-    Deflater& operator=(const Deflater&) = delete;
-
-    /// Room for `size` bytes of input, whatever they are, and the empty block that a flush ends in.
-    void reserve(size_t size)
-    {
-        m_output.resize(qsizetype(deflateBound(&m_stream, uLong(size))) + 16);
-        m_stream.next_out = reinterpret_cast<Bytef*>(m_output.data());
-        m_stream.avail_out = uInt(m_output.size());
+        isal_deflate_init(m_stream.get());
+        m_stream->gzip_flag = IGZIP_ZLIB;
+        // The first level with codes made for the picture; more would hardly make it smaller.
+        m_stream->level = 1;
+        m_stream->level_buf = m_work.data();
+        m_stream->level_buf_size = uint32_t(m_work.size());
     }
 
-    void add(const uint8_t* bytes, size_t size, int flush = Z_NO_FLUSH)
+    void add(std::vector<uint8_t>& bytes, bool last)
     {
-        m_stream.next_in = const_cast<Bytef*>(bytes);
-        m_stream.avail_in = uInt(size);
-        const int code = m_good ? deflate(&m_stream, flush) : Z_STREAM_ERROR;
-        m_good = (code == Z_OK || code == Z_STREAM_END) && m_stream.avail_in == 0;
+        m_stream->next_in = bytes.data();
+        m_stream->avail_in = uint32_t(bytes.size());
+        m_stream->end_of_stream = last ? 1 : 0;
+        do {
+            makeRoom();
+            m_good = m_good && isal_deflate(m_stream.get()) == COMP_OK;
+        } while (m_good && m_stream->avail_out == 0);
     }
 
-    void cutOutput() { m_output.resize(m_good ? qsizetype(m_stream.total_out) : 0); }
+    /// All of it after the last addition; empty when that failed.
+    [[nodiscard]] QByteArray take()
+    {
+        m_output.resize(m_good ? qsizetype(m_stream->total_out) : 0);
+        return std::move(m_output);
+    }
 
 private:
-    QByteArray& m_output;
-    z_stream m_stream{};
-    bool m_good;
+    void makeRoom()
+    {
+        const qsizetype used = m_stream->total_out;
+        if (used == m_output.size())
+            m_output.resize(std::max(qsizetype(256 * 1024), used * 2));
+        m_stream->next_out = reinterpret_cast<uint8_t*>(m_output.data()) + used;
+        m_stream->avail_out = uint32_t(m_output.size() - used);
+    }
+
+    std::vector<uint8_t> m_work = std::vector<uint8_t>(ISAL_DEF_LVL1_DEFAULT);
+    std::unique_ptr<isal_zstream> m_stream = std::make_unique<isal_zstream>(); // Too large for a stack.
+    QByteArray m_output;
+    bool m_good = true;
 };
 
-Stripe packRows(const Pixels& pixels, int from, int to, bool last)
+QByteArray packRows(const PngPacker::Planes& planes, int width, int height)
 {
-    const size_t row = size_t(pixels.width) * 3;
-    const uint8_t unfiltered = 0; // Before each row stands the number of its filter.
-    Stripe stripe;
-    stripe.rawSize = (row + 1) * size_t(to - from);
-    stripe.checksum = adler32_z(0, nullptr, 0);
-    Deflater deflater(stripe.packed);
-    deflater.reserve(stripe.rawSize);
-    for (int y = from; y < to; ++y) {
-        const uint8_t* bytes = pixels.rgb + size_t(y) * size_t(pixels.stride);
-        stripe.checksum = adler32_z(adler32_z(stripe.checksum, &unfiltered, 1), bytes, row);
-        deflater.add(&unfiltered, 1);
-        deflater.add(bytes, row, y + 1 < to ? Z_NO_FLUSH : last ? Z_FINISH : Z_SYNC_FLUSH);
+    // Each row begins with the number of its filter: none.
+    std::vector<uint8_t> row(1 + size_t(width) * 3);
+    Deflater deflater;
+    for (int y = 0; y < height; ++y) {
+        const size_t at = size_t(y) * size_t(planes.stride);
+        uint8_t* pixel = row.data() + 1;
+        for (int x = 0; x < width; ++x, pixel += 3) {
+            pixel[0] = planes.red[at + size_t(x)];
+            pixel[1] = planes.green[at + size_t(x)];
+            pixel[2] = planes.blue[at + size_t(x)];
+        }
+        deflater.add(row, y + 1 == height);
     }
-    deflater.cutOutput();
-    return stripe;
-}
-
-std::vector<Stripe> packStripes(const Pixels& pixels, int height)
-{
-    const int cores = int(std::max(1U, std::thread::hardware_concurrency()));
-    const int count = std::clamp(height / leastRowsAStripe, 1, cores);
-    std::vector<std::future<Stripe>> work;
-    for (int i = 0; i < count; ++i) {
-        const int from = int(int64_t(height) * i / count);
-        const int to = int(int64_t(height) * (i + 1) / count);
-        work.push_back(std::async(i + 1 < count ? std::launch::async : std::launch::deferred,
-            [=] { return packRows(pixels, from, to, i + 1 == count); }));
-    }
-    std::vector<Stripe> stripes(work.size());
-    // The last one runs here, while the others run on the other cores.
-    for (size_t i = work.size(); i-- > 0;)
-        stripes[i] = work[i].get();
-    return stripes;
+    return deflater.take();
 }
 
 void appendNumber(QByteArray& bytes, uint32_t number)
@@ -114,8 +87,8 @@ void appendChunk(QByteArray& png, const char* type, const QByteArray& content)
     appendNumber(png, uint32_t(content.size()));
     const qsizetype checkedFrom = png.size();
     png.append(type, 4).append(content);
-    const auto* checked = reinterpret_cast<const Bytef*>(png.constData() + checkedFrom);
-    appendNumber(png, uint32_t(crc32_z(crc32_z(0, nullptr, 0), checked, size_t(png.size() - checkedFrom))));
+    const auto* checked = reinterpret_cast<const unsigned char*>(png.constData() + checkedFrom);
+    appendNumber(png, crc32_gzip_refl(0, checked, uint64_t(png.size() - checkedFrom)));
 }
 
 QByteArray header(int width, int height)
@@ -129,19 +102,11 @@ QByteArray header(int width, int height)
 
 } // namespace
 
-QByteArray PngPacker::pack(const uint8_t* rgb, int width, int height, int stride)
+QByteArray PngPacker::pack(const Planes& planes, int width, int height)
 {
-    const std::vector<Stripe> stripes = packStripes({rgb, width, stride}, height);
-    QByteArray data("\x78\x01", 2);
-    uLong checksum = adler32_z(0, nullptr, 0);
-    for (const Stripe& stripe : stripes) {
-        if (stripe.packed.isEmpty())
-            return {};
-        data.append(stripe.packed);
-        checksum = adler32_combine(checksum, stripe.checksum, z_off_t(stripe.rawSize));
-    }
-    appendNumber(data, uint32_t(checksum));
-
+    const QByteArray data = packRows(planes, width, height);
+    if (data.isEmpty())
+        return {};
     QByteArray png("\x89PNG\r\n\x1a\n", 8);
     png.reserve(data.size() + 128);
     appendChunk(png, "IHDR", header(width, height));

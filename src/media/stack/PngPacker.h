@@ -6,12 +6,19 @@
 
 namespace kelmo {
 
-/// Packs sRGB pixels into a PNG file on every core at once. Values; any thread.
+/// Packs sRGB pixels into a PNG file. Values; any thread.
 namespace PngPacker {
 
-/// `rgb` holds `height` rows of `width` three-byte pixels, `stride` bytes apart; both are at least 1. Blocks for some
-/// tens of milliseconds. Empty when memory runs out.
-[[nodiscard]] QByteArray pack(const uint8_t* rgb, int width, int height, int stride);
+/// One byte for each pixel and channel; `stride` bytes lie between the beginnings of two rows.
+struct Planes {
+    const uint8_t* red;
+    const uint8_t* green;
+    const uint8_t* blue;
+    int stride;
+};
+
+/// `width` and `height` are at least 1. Blocks for a few milliseconds. Empty when the picture cannot be packed.
+[[nodiscard]] QByteArray pack(const Planes& planes, int width, int height);
 
 } // namespace PngPacker
 
