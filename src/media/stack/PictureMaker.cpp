@@ -54,7 +54,8 @@ void PictureMaker::openTracks()
         frames = track ? std::make_unique<TrackFrames>(track->asset, *track->track, threads, cacheBytes) : nullptr;
         m_made.clear();
     };
-    const int screenThreads = std::clamp(int(std::thread::hardware_concurrency()), 2, mostScreenThreads);
+    // More than cores, because a picture waits for rows of the one it refers to.
+    const int screenThreads = std::clamp(2 * int(std::thread::hardware_concurrency()), 2, mostScreenThreads);
     const Composition* composition = m_item ? m_item->composition.get() : nullptr;
     follow(m_screen, composition ? &composition->screen : nullptr, screenThreads, screenCacheBytes);
     follow(m_camera, composition && composition->camera ? &*composition->camera : nullptr, cameraThreads,
