@@ -56,11 +56,12 @@ Outcome previewSpeed()
     for (int i = 0; i < 5; ++i) {
         const QJsonObject result = programBench({text("--bench-preview"), BenchTake::screenPath(true)});
         speeds.push_back(result.value(text("realtimeX")).toDouble());
-        slow = std::max(slow, value(result, "framesOver33ms"));
+        const bool slowFirst = value(result, "firstFrameMs") > 33;
+        slow = std::max(slow, value(result, "framesOver33ms") - (slowFirst ? 1 : 0));
     }
     const double speed = median(speeds);
-    return {speed, text("times realtime"), text("4 or more, no frame over 33 ms"), speed >= 4 && slow <= 0,
-        QStringLiteral("at worst %1 frames over 33 ms in a run").arg(slow)};
+    return {speed, text("times realtime"), text("4 or more, no frame over 33 ms after the first"),
+        speed >= 4 && slow <= 0, QStringLiteral("at worst %1 frames over 33 ms after the first in a run").arg(slow)};
 }
 
 Outcome playing(const QString& path, const QStringList& more, bool counts)
