@@ -155,6 +155,26 @@ TEST_F(ShareFailure, failedUploadKeepsTheOldSignatureTellsTheServerAndCanBeRepea
     EXPECT_NE(m_sharer->record()->signature, signature());
 }
 
+TEST_F(ShareFailure, partThatArrivedWhileTheWindowWasBusyIsNotShownAfterTheFailure)
+{
+    startAll(1000);
+    answer("/parts/2", 507, R"({"message":"No room"})");
+    bool away = false;
+    QObject::connect(m_sharer.get(), &Sharer::changed, m_sharer.get(), [&] {
+        if (m_sharer->phase() == text("Uploading 0%") && !std::exchange(away, true))
+            QTimer::singleShot(0, [] { QThread::msleep(60); });
+    });
+    // Which of the threads gets which part is chance, so several times.
+    for (int i = 0; i < 20; ++i) {
+        away = false;
+        ASSERT_FALSE(share(true));
+        EXPECT_TRUE(away);
+        wait(5);
+        ASSERT_EQ(m_sharer->phase(), std::nullopt) << i;
+        ASSERT_EQ(m_sharer->progress(), std::nullopt) << i;
+    }
+}
+
 TEST_F(ShareFailure, linkThatWasNeverFilledIsOutOfDateEvenForATakeWithoutEdits)
 {
     startAll();
