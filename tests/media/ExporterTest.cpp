@@ -132,18 +132,25 @@ TEST(Exporter, exportStillPictureHasAKeyFrameEveryTwoSeconds)
     MadeTake take;
     take.screen.times = {0, 600, 1200, 5400};
     take.load();
-    const QString path = exported(take, {{0, 10000}}, h264(30));
-    std::vector<double> keys = ExportedMovie(path).keyTimesMs();
-    keys.push_back(10000);
-    ASSERT_EQ(keys.front(), 0);
-    for (size_t i = 1; i < keys.size(); ++i)
-        EXPECT_LE(keys[i] - keys[i - 1], 2000.1);
-    expectExact(take, {{0, 10000}}, path, 34);
-    // And the index stands in front of the media.
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const QByteArray bytes = file.readAll();
-    EXPECT_LT(bytes.indexOf("moov"), bytes.indexOf("mdat"));
+    for (const Codec codec : {Codec::H264, Codec::Hevc}) {
+        for (const auto engine : {ExportSettings::Engine::Writer, ExportSettings::Engine::Session}) {
+            ExportSettings settings;
+            settings.codec = codec;
+            settings.engine = engine;
+            const QString path = exported(take, {{0, 10000}}, settings);
+            std::vector<double> keys = ExportedMovie(path).keyTimesMs();
+            keys.push_back(10000);
+            ASSERT_EQ(keys.front(), 0);
+            for (size_t i = 1; i < keys.size(); ++i)
+                EXPECT_LE(keys[i] - keys[i - 1], 2000.1) << int(codec) << int(engine);
+            expectExact(take, {{0, 10000}}, path, 34);
+            // And the index stands in front of the media.
+            QFile file(path);
+            ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+            const QByteArray bytes = file.readAll();
+            EXPECT_LT(bytes.indexOf("moov"), bytes.indexOf("mdat"));
+        }
+    }
 }
 
 TEST(Exporter, exportWithWebcamPutsBothOnOneGrid)

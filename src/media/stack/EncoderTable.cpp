@@ -36,11 +36,13 @@ Options softwareOptions(const VideoEncoding& encoding)
     }
     // x265 writes to standard error on its own, and refers across key frames unless told otherwise.
     const QByteArray closed = "open-gop=0:log-level=error:keyint=" + keyFrames;
+    // Unless forced, it only makes a key frame of the frame that should be one where the last is frames enough ago.
     if (best)
-        return {{"preset", "medium"}, {"crf", "17"}, {"x265-params", closed}};
+        return {{"preset", "medium"}, {"crf", "17"}, {"forced-idr", "1"}, {"x265-params", closed}};
     // Motion taken from the picture before, and a second merge candidate, bring hundredths of a decibel for a tenth of
     // the time; looking further ahead brings more.
-    return {{"preset", "ultrafast"}, {"x265-params", closed + ":rd=1:rc-lookahead=30:no-temporal-mvp=1:max-merge=1"}};
+    return {{"preset", "ultrafast"}, {"forced-idr", "1"},
+        {"x265-params", closed + ":rd=1:rc-lookahead=30:no-temporal-mvp=1:max-merge=1"}};
 }
 
 Options hardwareOptions(const EncoderChoice& choice, const VideoEncoding& encoding)
