@@ -127,6 +127,18 @@ std::vector<BadMovie> badMovies()
         {"4 G edits", BadMovie::Either, patched("elst", 8, most)},
         {"pictures of no size", BadMovie::Either, patched("avc1", 28, 0)},
         {"pictures of 65535 squared", BadMovie::Either, patched("avc1", 28, most)},
+        {"boxes inside boxes of their own type", BadMovie::Either,
+            [](QByteArray& bytes) {
+                constexpr quint32 levels = 400'000;
+                QByteArray deep;
+                for (const char* type : {"moov", "trak"})
+                    deep += QByteArray(4, '\0') + type;
+                for (quint32 i = 0; i < levels; ++i)
+                    deep += QByteArray(4, '\0') + "mdia";
+                for (qsizetype at = 0; at < deep.size(); at += 8)
+                    put(deep, at, quint32(deep.size() - at));
+                bytes.prepend(deep);
+            }},
         {"no sample rate", BadMovie::Either, patched("mp4a", 28, 0)},
         {"a sample rate of one", BadMovie::Either, patched("mp4a", 28, 1 << 16)},
     };

@@ -27,6 +27,9 @@ Result<std::shared_ptr<const Asset>> Asset::open(const QString& path)
     asset->m_tracks = std::move(tables->tracks);
     for (const Track& track : asset->m_tracks)
         asset->m_duration = std::max(asset->m_duration, track.range.end());
+    // A recording that broke off in its first fragment, say.
+    if (!asset->m_tracks.empty() && asset->m_duration.ms() <= 0)
+        return avFailure(AVERROR_INVALIDDATA, QStringLiteral("Can’t open"), asset->name());
     return std::shared_ptr<const Asset>(std::move(asset));
 }
 

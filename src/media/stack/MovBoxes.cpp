@@ -142,12 +142,18 @@ private:
     {
         int id = 0;
         MovBoxes::TrackBoxes found;
-        readTrackBoxes(boxes, id, found);
+        readTrackBoxes(tag("trak"), boxes, id, found);
         m_boxes.isPlain = m_boxes.tracks.emplace(id, std::move(found)).second && m_boxes.isPlain;
     }
 
-    /// Reads what is wanted of a track's boxes, at whatever depth it lies.
-    void readTrackBoxes(Bytes boxes, int& id, MovBoxes::TrackBoxes& found)
+    /// Whether what is wanted of a track lies inside `type`, itself inside `parent`. A box in itself would have no end.
+    static bool leadsOn(uint32_t parent, uint32_t type)
+    {
+        return (parent == tag("trak") && (type == tag("edts") || type == tag("mdia")))
+            || (parent == tag("mdia") && type == tag("minf")) || (parent == tag("minf") && type == tag("stbl"));
+    }
+
+    void readTrackBoxes(uint32_t parent, Bytes boxes, int& id, MovBoxes::TrackBoxes& found)
     {
         uint32_t type = 0;
         Bytes body(nullptr, 0);
@@ -158,8 +164,8 @@ private:
                 found.edits = editsOf(body);
             else if (type == tag("mdhd"))
                 found.clock = clockOf(body);
-            else if (type == tag("edts") || type == tag("mdia") || type == tag("minf") || type == tag("stbl"))
-                readTrackBoxes(body, id, found);
+            else if (leadsOn(parent, type))
+                readTrackBoxes(type, body, id, found);
             else
                 noteTable(type, body, m_position + (box - m_boxes.movie.constData()) + 4, found.samples);
         }
