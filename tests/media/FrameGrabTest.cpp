@@ -1,5 +1,6 @@
 #include "media/FrameGrab.h"
 
+#include "media/stack/FrameSequence.h"
 #include "tests/media/MadeTake.h"
 #include "tools/moviemaker/FrameCode.h"
 
@@ -85,6 +86,42 @@ TEST(FrameGrab, pngAtAnyTimeIsTheExactFrame)
         EXPECT_EQ(readFrameCode(grabbed(*built, late)), last);
     const std::shared_ptr<const Built> blink = take.build({{500, 500.5}});
     EXPECT_EQ(readFrameCode(grabbed(*blink, 0.4)), numberAt(take.screen, 500));
+}
+
+TEST(FrameGrab, damagedStretchShowsThePictureBeforeItOrElseTheNext)
+{
+    MadeTake take;
+    take.screen.times = steadyTimes(90, 20);
+    take.screen.spec.video->gopLength = 30;
+    take.screen.spec.audio.clear();
+    take.load();
+    const std::vector<Sample>& samples = take.loaded()->screenVideo.track->index.samples();
+    const auto damage = [&](size_t from, size_t to) {
+        QFile movie(take.screen.spec.path);
+        ASSERT_TRUE(movie.open(QIODevice::ReadWrite));
+        for (size_t i = from; i < to; ++i) {
+            ASSERT_TRUE(movie.seek(samples[i].position));
+            movie.write(QByteArray(samples[i].size, '\0'));
+        }
+    };
+    const auto numberAtMs = [&](double ms) { return readFrameCode(grabbed(*take.build({{0, 3000}}), ms)); };
+    damage(30, 60);
+    EXPECT_EQ(numberAtMs(1500), 29);
+    EXPECT_EQ(numberAtMs(1980), 29);
+    EXPECT_EQ(numberAtMs(2200), numberAt(take.screen, 2200));
+    // An edit that keeps nothing but the damage still has a picture in every place.
+    FrameSequence sequence(
+        std::move(*VideoDecoder::open(take.loaded()->screenVideo.asset, *take.loaded()->screenVideo.track, 2)),
+        {35, 36, 37, 59, 60, 61});
+    for (const int number : {29, 29, 29, 29, 60, 61}) {
+        const Result<VideoFrame> frame = sequence.next();
+        ASSERT_TRUE(frame);
+        EXPECT_EQ(readFrameCode(frame->plane(0), frame->stride(0), frame->width(), frame->height()), number);
+    }
+    damage(0, 30);
+    EXPECT_EQ(numberAtMs(500), 60);
+    damage(60, 90);
+    EXPECT_FALSE(FrameGrab::png(*take.build({{0, 3000}}), 500, 300));
 }
 
 TEST(FrameGrab, pngFitsTheSquareAndIsNeverEnlarged)

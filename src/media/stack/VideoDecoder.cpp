@@ -136,7 +136,31 @@ Result<VideoFrame> VideoDecoder::frame(int display, const Stop& stop)
     }
     if (!isAhead(display) || entry.key > m_next)
         restartAt(entry.key);
-    return decodeUpTo(display, stop);
+    const Result<VideoFrame> decoded = decodeUpTo(display, stop);
+    return decoded && !*decoded ? nearestTo(display, stop) : decoded;
+}
+
+/// Nothing came out from the key picture on: what the key pictures before it bring, or else the next picture there is.
+Result<VideoFrame> VideoDecoder::nearestTo(int display, const Stop& stop)
+{
+    if (m_start == 0 && m_ahead)
+        return m_ahead;
+    const std::vector<Sample>& samples = m_track.index.samples();
+    std::vector<int32_t> announced = std::exchange(m_expected, {});
+    Result<VideoFrame> decoded = VideoFrame();
+    do {
+        int key = std::max(m_start - 1, 0);
+        while (key > 0 && !samples[size_t(key)].key)
+            --key;
+        restartAt(key);
+        decoded = decodeUpTo(display, stop);
+    } while (decoded && !*decoded && m_start > 0);
+    m_expected = std::move(announced);
+    if (!decoded || *decoded)
+        return decoded;
+    if (m_ahead)
+        return m_ahead;
+    return avFailure(AVERROR_INVALIDDATA, QStringLiteral("Can’t play"), m_asset->name());
 }
 
 void VideoDecoder::restartAt(int sample)
@@ -221,6 +245,7 @@ Result<bool> VideoDecoder::receive(int display, VideoFrame& picture)
     return false;
 }
 
+/// The picture, or the one before it where it is lost; null when there is none since the start.
 Result<VideoFrame> VideoDecoder::decodeUpTo(int display, const Stop& stop)
 {
     const int64_t targetPts = m_track.index.sampleOf(display).pts;
@@ -230,7 +255,7 @@ Result<VideoFrame> VideoDecoder::decodeUpTo(int display, const Stop& stop)
         if (stop && stop())
             return failure(QStringLiteral("Player"), 1);
         if (m_ahead) // Still ahead: what lies between is lost.
-            return m_shown ? m_shown : m_ahead;
+            return m_shown;
         VideoFrame picture;
         const Result<bool> received = receive(display, picture);
         if (!received)
@@ -240,11 +265,8 @@ Result<VideoFrame> VideoDecoder::decodeUpTo(int display, const Stop& stop)
                 return tl::unexpected(fed.error());
             continue;
         }
-        if (!picture) {
-            if (m_shown)
-                return m_shown;
-            return avFailure(AVERROR_INVALIDDATA, QStringLiteral("Can’t play"), m_asset->name());
-        }
+        if (!picture)
+            return m_shown;
         const int64_t pts = picture.av()->pts;
         if (m_cache)
             m_cache->keep(pts, picture);
