@@ -99,7 +99,9 @@ PartFile::~PartFile()
 
 Result<void> PartFile::takeFinalName()
 {
-    ::fsync(m_file);
+    // Some file systems only notice here that there is no room; some cannot sync at all.
+    if (::fsync(m_file) != 0 && errno != EINVAL && errno != ENOTSUP && errno != EROFS)
+        return writeFailure(errno, m_finalPath);
     if (::rename(QFile::encodeName(m_path).constData(), QFile::encodeName(m_finalPath).constData()) != 0)
         return writeFailure(errno, m_finalPath);
     m_whole = true;
