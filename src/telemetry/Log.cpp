@@ -6,9 +6,12 @@
 #include <QByteArray>
 #include <QDateTime>
 
+#include <algorithm>
 #include <atomic>
+#include <climits>
 #include <csignal>
 #include <cstdlib>
+#include <mutex>
 
 #include <poll.h>
 #include <unistd.h>
@@ -38,18 +41,18 @@ bool outputHasRoom()
     return !stalled;
 }
 
-// One write for the whole line keeps the lines of several threads apart.
+// Room is only ever sure for so many bytes, and only while nobody else takes it.
 void echo(const QByteArray& line)
 {
+    static std::mutex one;
     // A reader that went away must not end the program; writing then simply fails.
     static const auto ignored = std::signal(SIGPIPE, SIG_IGN);
     Q_UNUSED(ignored);
-    if (!outputHasRoom())
-        return;
+    const std::lock_guard lock(one);
     const char* data = line.constData();
     auto left = static_cast<size_t>(line.size());
-    while (left > 0) {
-        const ssize_t written = ::write(STDOUT_FILENO, data, left);
+    while (left > 0 && outputHasRoom()) {
+        const ssize_t written = ::write(STDOUT_FILENO, data, std::min<size_t>(left, PIPE_BUF));
         if (written < 0 && errno == EINTR)
             continue;
         if (written <= 0)
