@@ -13,6 +13,8 @@
 #include <QTimer>
 
 #include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -65,10 +67,20 @@ int edit(const kelmo::CommandLine& commandLine, double launchMs)
     return QApplication::exec();
 }
 
+/// Whoever started the program may have closed these; what is opened next would take their numbers, and be written to.
+void openStandardStreams()
+{
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) < 0)
+            (void)::open("/dev/null", O_RDWR); // The lowest number that is free: this one.
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
+    openStandardStreams();
     if (const std::optional<int> answered = kelmo::EncoderProbe::answer(argc, argv))
         return *answered;
     const double launchMs = kelmo::MonotonicClock::nowMs();
