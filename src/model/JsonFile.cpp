@@ -1,6 +1,7 @@
 #include "model/JsonFile.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 
 namespace kelmo {
@@ -8,23 +9,31 @@ namespace kelmo {
 namespace {
 
 constexpr qint64 maximumBytes = 256LL * 1024 * 1024;
-constexpr qint64 pieceBytes = 1024 * 1024;
+constexpr qint64 room = 64 * 1024;
 
 } // namespace
 
 std::optional<QByteArray> JsonFile::read(const QString& path)
 {
+    // A pipe would be waited for.
+    if (!QFileInfo(path).isFile())
+        return std::nullopt;
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > maximumBytes)
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered) || file.size() > maximumBytes)
         return std::nullopt;
     // The recorder may still be writing, or the size be unknown, so the limit holds for the bytes read as well.
-    // Piece by piece, because reading "at most" so much would reserve all of it for the smallest file.
-    QByteArray json;
-    for (QByteArray piece = file.read(pieceBytes); !piece.isEmpty() && json.size() <= maximumBytes;
-         piece = file.read(pieceBytes))
-        json += piece;
-    if (json.size() > maximumBytes || file.error() != QFile::NoError)
+    QByteArray json(file.size() + room, Qt::Uninitialized);
+    qint64 used = 0;
+    for (qint64 more = 1; more > 0 && used <= maximumBytes; used += more) {
+        if (json.size() - used < room)
+            json.resize(json.size() * 2);
+        more = file.read(json.data() + used, json.size() - used);
+        if (more < 0)
+            return std::nullopt;
+    }
+    if (used > maximumBytes)
         return std::nullopt;
+    json.truncate(used);
     return json;
 }
 

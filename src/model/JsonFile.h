@@ -8,7 +8,8 @@
 
 namespace kelmo::JsonFile {
 
-/// A file's text; nothing when it is missing, unreadable or larger than 256 MiB. Callable from any thread.
+/// A file's text; nothing when it is missing, unreadable, no regular file or larger than 256 MiB. Callable from any
+/// thread.
 [[nodiscard]] std::optional<QByteArray> read(const QString& path);
 
 /// The JSON object that a file holds; nothing when the file is missing, unreadable, larger than 256 MiB, not UTF-8, not

@@ -135,8 +135,9 @@ Result<Take> Take::find(const QUrl& dir, const QString& base)
 
 void Take::readWords()
 {
-    Transcript transcript
-        = Transcript::read(pathIn(dir, base + QLatin1String("_transcript.json"))).value_or(Transcript());
+    std::optional<Transcript> read = Transcript::read(pathIn(dir, base + QLatin1String("_transcript.json")));
+    transcribed = read.has_value();
+    Transcript transcript = std::move(read).value_or(Transcript());
     if (transcript.timeBase != QLatin1String("screenFile") && webcamURL && webcamOffsetMs != 0)
         shift(transcript.words, webcamOffsetMs);
     words = std::move(transcript.words);

@@ -36,6 +36,7 @@ struct Take {
     double screenAudioStartMs = 0; ///< where the screen movie's sound starts, in ms
     QString recorder;
     bool aligned = false; ///< the word times have been force-aligned
+    bool transcribed = false; ///< the transcript is there and whole, with words or without
 
     bool operator==(const Take&) const = default;
 

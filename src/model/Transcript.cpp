@@ -81,9 +81,13 @@ std::optional<Transcript> Transcript::read(const QString& path)
 
 std::optional<Transcript> Transcript::decode(const QByteArray& utf8)
 {
+    // Qt skips this mark in the other files, too.
+    const qsizetype mark = utf8.startsWith("\xEF\xBB\xBF") ? 3 : 0;
+    // The parser looks a few bytes past the end, and copies a text that has no room there.
+    const bool copied = utf8.capacity() < utf8.size() + qsizetype(simdjson::SIMDJSON_PADDING);
     simdjson::dom::parser parser;
     object json;
-    if (parser.parse(utf8.constData(), size_t(utf8.size())).get(json) != simdjson::SUCCESS)
+    if (parser.parse(utf8.constData() + mark, size_t(utf8.size() - mark), copied).get(json) != simdjson::SUCCESS)
         return std::nullopt;
     const auto [wordsValue, timeBaseValue, alignedValue] = values<3>(json, {"words", "timeBase", "aligned"});
     const auto list = as<array>(wordsValue);

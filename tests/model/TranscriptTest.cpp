@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 using namespace kelmo;
 
 namespace {
@@ -88,6 +90,15 @@ TEST(Transcript, readMissingOrHugeFileGivesNothing)
     ASSERT_TRUE(Transcript::read(path));
     ASSERT_TRUE(QFile::resize(path, 300LL * 1024 * 1024));
     EXPECT_FALSE(Transcript::read(path));
+
+    const QString marked = home.write(QStringLiteral("marked.json"), "\xEF\xBB\xBF{\"aligned\":true}");
+    const auto transcript = Transcript::read(marked);
+    ASSERT_TRUE(transcript) << "a byte order mark";
+    EXPECT_EQ(transcript->aligned, true);
+
+    const QString pipe = home.path() % QStringLiteral("/pipe.json");
+    ASSERT_EQ(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    EXPECT_FALSE(Transcript::read(pipe)) << "which nobody writes to";
 }
 
 TEST(Word, toJsonWithoutConfidenceHasThreeKeysAndReadsBack)
