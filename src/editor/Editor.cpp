@@ -4,7 +4,6 @@ namespace kelmo {
 
 namespace {
 
-constexpr int undoLevels = 200;
 constexpr int workerThreads = 6;
 
 } // namespace
@@ -12,7 +11,6 @@ constexpr int workerThreads = 6;
 Editor::Editor(Sound sound)
     : m_sound(sound)
 {
-    m_undo.setUndoLimit(undoLevels);
     m_workers.setMaxThreadCount(workerThreads);
 }
 

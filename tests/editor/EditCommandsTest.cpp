@@ -128,7 +128,7 @@ TEST_F(EditCommands, editThatChangesNothingIsNoStep)
     EXPECT_EQ(undoText(), QStringLiteral("Delete Words"));
 }
 
-TEST_F(EditCommands, undoManyEditsReachesTwoHundredBack)
+TEST_F(EditCommands, undoReachesBackToTheFirstOfManyEdits)
 {
     std::vector<Cuts> states;
     for (int i = 0; i < 250; ++i) {
@@ -138,10 +138,14 @@ TEST_F(EditCommands, undoManyEditsReachesTwoHundredBack)
         states.push_back(m_editor->cuts());
     }
     EXPECT_EQ(undoText(), QStringLiteral("Step 249"));
-    for (int i = 0; i < 250; ++i)
+    for (int i = 249; i > 0; --i) {
         m_editor->undo().undo();
-    EXPECT_EQ(m_editor->cuts(), states[49]);
-    EXPECT_EQ(m_editor->undo().redoText(), QStringLiteral("Step 50"));
+        ASSERT_EQ(m_editor->cuts(), states[size_t(i) - 1]);
+    }
+    m_editor->undo().undo();
+    EXPECT_TRUE(m_editor->cuts().spans.empty());
+    EXPECT_FALSE(m_editor->undo().canUndo());
+    EXPECT_EQ(m_editor->undo().redoText(), QStringLiteral("Step 0"));
     // An edit after undoing drops what could be redone.
     m_editor->toggleWords({29});
     EXPECT_FALSE(m_editor->undo().canRedo());
