@@ -149,7 +149,7 @@ private:
     void reportTrim(const std::optional<QString>& refusal);
 
     // EditorOpening.cpp
-    void resetTo(const Take& take);
+    void resetTo(Take take);
     void adopt(const LoadedTake::Opened& loaded, double startedAt);
     void rebuild(const QString& reason, double startedAt, std::optional<double> seekSourceMs = {},
         std::optional<std::vector<Span>> keep = {});

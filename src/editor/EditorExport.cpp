@@ -198,7 +198,7 @@ QCoro::Task<void> Editor::exportFromUI()
         co_return;
     }
     setStatus(QStringLiteral("Export failed: ") % userText(result.error()), StatusKind::Problem);
-    Log::line(u"error", QStringLiteral("export failed: ") % userText(result.error()));
+    Log::line(u"error", QStringLiteral("export failed: ") % logText(result.error()));
 }
 
 QCoro::Task<Result<QByteArray>> Editor::frame(double atEditedMs, double maxWidth)

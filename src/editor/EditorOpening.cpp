@@ -59,7 +59,7 @@ void Editor::open(const QString& path)
     Result<Take> take = Take::find(path);
     if (!take) {
         setStatus(userText(take.error()), StatusKind::Problem);
-        Log::line(u"error", QStringLiteral("open failed: ") % userText(take.error()));
+        Log::line(u"error", QStringLiteral("open failed: ") % logText(take.error()));
         return;
     }
     pausePlaying();
@@ -70,15 +70,15 @@ void Editor::open(const QString& path)
         return LoadedTake::load(files);
     });
     take->readWords();
-    resetTo(*take);
-    watchAlignment(*take);
+    resetTo(std::move(*take));
+    watchAlignment(*m_take);
     Log::line(u"timing",
-        QStringLiteral("open ") % take->base % QStringLiteral(": files + transcript parsed in ")
+        QStringLiteral("open ") % m_take->base % QStringLiteral(": files + transcript parsed in ")
             % ms(MonotonicClock::nowMs() - startedAt)
             % QStringLiteral(" (%1 words, webcam: %2, offset %3 ms, audioStart %4 ms)")
                   .arg(m_words.size())
-                  .arg(yesNo(take->webcamURL.has_value()), offset(take->webcamOffsetMs),
-                      offset(take->screenAudioStartMs)));
+                  .arg(yesNo(m_take->webcamURL.has_value()), offset(m_take->webcamOffsetMs),
+                      offset(m_take->screenAudioStartMs)));
     // A watcher tells of a finished future through the event loop, so a take is never ready before this call is over.
     auto* const watcher = new QFutureWatcher<LoadedTake::Opened>(this);
     connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher, startedAt, generation = m_openGeneration] {
@@ -89,13 +89,13 @@ void Editor::open(const QString& path)
     watcher->setFuture(loading);
 }
 
-void Editor::resetTo(const Take& take)
+void Editor::resetTo(Take take)
 {
     ++m_openGeneration;
     m_watch.reset();
     m_awaitingWords = false;
-    m_take = take;
-    m_words = take.words;
+    m_take = std::move(take);
+    m_words = m_take->words;
     m_cuts = {};
     m_selection.reset();
     m_splits.clear();
@@ -125,7 +125,7 @@ void Editor::adopt(const LoadedTake::Opened& loaded, double startedAt)
 {
     if (!loaded) {
         setStatus(QStringLiteral("Couldn't open: ") % userText(loaded.error()), StatusKind::Problem);
-        Log::line(u"error", QStringLiteral("open failed: ") % userText(loaded.error()));
+        Log::line(u"error", QStringLiteral("open failed: ") % logText(loaded.error()));
         return;
     }
     m_loaded = *loaded;
@@ -179,8 +179,8 @@ void Editor::watchAlignment(const Take& take)
 void Editor::watchForWords(const Take& take)
 {
     const QString sync = take.dir.toLocalFile() % QStringLiteral("/") % take.base % QStringLiteral("_sync.json");
-    // A transcript that is there and holds no words is simply empty.
-    if (QFileInfo::exists(TranscriptWatch::transcriptPath(take)) || ageInMs(sync) >= freshRecordingMs)
+    // A whole transcript without words is simply empty; the recorder may still be writing one that is not whole.
+    if (take.transcribed || ageInMs(sync) >= freshRecordingMs)
         return;
     m_awaitingWords = true;
     ++m_takeRevision;

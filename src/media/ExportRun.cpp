@@ -1,5 +1,7 @@
 #include "media/ExportRun.h"
 
+#include "telemetry/Log.h"
+
 #include <pthread.h>
 
 namespace kelmo {
@@ -152,6 +154,10 @@ Result<void> ExportRun::openFile(const QString& path, ColorTags color)
     encoding.bitRate = Exporter::bitRate(m_settings.codec, m_size, m_settings.fps);
     encoding.color = color;
     Result<std::unique_ptr<VideoEncoder>> video = VideoEncoder::open(encoding);
+    if (!video && m_settings.engine == ExportSettings::Engine::Session) {
+        Log::line(u"error", QStringLiteral("no export session: ") % logText(video.error()));
+        return failure(QStringLiteral("Editor"), 4, QStringLiteral("Export preset unavailable"));
+    }
     if (!video)
         return tl::unexpected(video.error());
     m_videoEncoder = std::move(*video);

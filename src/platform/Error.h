@@ -19,6 +19,9 @@ struct Error {
 /// The text for a status line or an agent: the description, else the domain and the code.
 [[nodiscard]] QString userText(const Error& error);
 
+/// The same for the log, with domain and code behind the description.
+[[nodiscard]] QString logText(const Error& error);
+
 template <class T> using Result = tl::expected<T, Error>;
 
 [[nodiscard]] inline tl::unexpected<Error> failure(QString domain, int code, QString description = {})

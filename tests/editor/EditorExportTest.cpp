@@ -157,8 +157,8 @@ TEST_F(EditorExport, exportOfAnEditWithNothingLeftSaysSo)
     m_editor->setCuts(all, QStringLiteral("All"));
     QCoro::waitFor(m_editor->exportFromUI());
     EXPECT_EQ(m_editor->status(), QStringLiteral("Export failed: There is nothing left to export"));
-    EXPECT_EQ(
-        logged(QStringLiteral("error")), QStringList{QStringLiteral("export failed: There is nothing left to export")});
+    EXPECT_EQ(logged(QStringLiteral("error")),
+        QStringList{QStringLiteral("export failed: There is nothing left to export (Export 4)")});
     EXPECT_EQ(m_editor->exportProgress(), std::nullopt);
     EXPECT_TRUE(QCoro::waitFor(m_editor->frame(0, 100))) << "there is a picture all the same: black";
 }

@@ -20,8 +20,8 @@ TEST_F(Opening, openWithoutAScreenMovieKeepsTheTakeThatIsOpen)
     m_editor->open(missing);
     EXPECT_EQ(opens, 1);
     EXPECT_EQ(m_editor->status(), QString(QStringLiteral("No screen file at ") % missing));
-    EXPECT_EQ(
-        logged(QStringLiteral("error")), QStringList{QStringLiteral("open failed: No screen file at ") % missing});
+    EXPECT_EQ(logged(QStringLiteral("error")),
+        QStringList{QStringLiteral("open failed: No screen file at ") % missing % QStringLiteral(" (Take 1)")});
     EXPECT_EQ(m_editor->take()->base, QStringLiteral("talk"));
     EXPECT_EQ(m_editor->undo().count(), 1);
     EXPECT_TRUE(m_editor->built());

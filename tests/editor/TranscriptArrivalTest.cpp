@@ -116,6 +116,20 @@ TEST_F(TranscriptArrival, transcriptWrittenSlowlyIsAdoptedOnceWhole)
     EXPECT_EQ(changes.count(), 1);
 }
 
+TEST_F(TranscriptArrival, transcriptHalfWrittenWhenTheTakeIsOpenedIsAdoptedOnceWhole)
+{
+    const QByteArray json = TakeFolder::transcriptJson(TakeFolder::talk(30), Aligned::Yes);
+    QFile file(m_takes.transcript(base));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(json.left(json.size() / 2));
+    file.flush();
+    openUntold(1);
+    EXPECT_TRUE(m_editor->awaitingWords());
+    file.write(json.mid(json.size() / 2));
+    file.close();
+    EXPECT_TRUE(waitUntil([&] { return m_editor->words().size() == 30; }, 5000));
+}
+
 TEST_F(TranscriptArrival, transcriptFoundWhileTheTakeIsUnreadableIsNotMissed)
 {
     openUntold(1);
