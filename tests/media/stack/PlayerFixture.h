@@ -3,6 +3,7 @@
 #include "media/stack/Player.h"
 #include "media/stack/TimerOutput.h"
 #include "tests/movies/CodedMovie.h"
+#include "tests/support/TemporaryHome.h"
 
 #include <gtest/gtest.h>
 
@@ -63,6 +64,7 @@ protected:
     [[nodiscard]] std::optional<int> shownNumber() const;
     [[nodiscard]] static std::optional<int> numberIn(const Player& player);
 
+    TemporaryHome m_home; ///< Of the log.
     QTemporaryDir m_folder;
     std::shared_ptr<HearingOutput::Ear> m_ear = std::make_shared<HearingOutput::Ear>();
     std::unique_ptr<Player> m_player;
