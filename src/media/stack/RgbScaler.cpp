@@ -14,12 +14,16 @@ bool RgbScaler::scale(const VideoFrame& frame, QImage& image, Scaling scaling)
         ? SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP
         : sameSize ? flagsWithinRows(SWS_POINT, image.width())
                    : SWS_FAST_BILINEAR;
-    // A cached scaler hands its places on to the one that replaces it.
-    if (!m_scaler)
+    // Once placed, a scaler hands its places on to the one that replaces it in its cache.
+    const int place = frame.av()->chroma_location;
+    if (!m_scaler || place != m_place) {
+        sws_freeContext(m_scaler);
         m_scaler = sws_alloc_context();
-    if (!m_scaler)
-        return false;
-    placeScalerColors(*m_scaler, frame);
+        if (!m_scaler)
+            return false;
+        placeScalerColors(*m_scaler, frame);
+        m_place = place;
+    }
     const AVPixelFormat format = plainFormat(frame.av()->format);
     m_scaler = sws_getCachedContext(m_scaler, frame.width(), frame.height(), format, image.width(), image.height(),
         AV_PIX_FMT_BGRA, flags, nullptr, nullptr, nullptr);

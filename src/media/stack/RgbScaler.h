@@ -20,6 +20,7 @@ public:
 
 private:
     SwsContext* m_scaler = nullptr;
+    int m_place = 0; ///< Of the colour samples, as the picture tells.
 };
 
 } // namespace kelmo
