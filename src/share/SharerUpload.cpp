@@ -79,7 +79,7 @@ QCoro::Task<Result<void>> Sharer::perform(Upload upload, std::shared_ptr<ShareUp
         assign(m_lastError, userText(uploaded.error()));
         QCoro::Task<void> reporting = work->reportFailure();
         co_await reporting;
-        Log::line(u"share", QStringLiteral("failed: ") % userText(uploaded.error()));
+        Log::line(u"share", QStringLiteral("failed: ") % logText(uploaded.error()));
     }
     co_return uploaded;
 }

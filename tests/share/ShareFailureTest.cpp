@@ -143,7 +143,7 @@ TEST_F(ShareFailure, failedUploadKeepsTheOldSignatureTellsTheServerAndCanBeRepea
     EXPECT_EQ(recordFile().value(u"signature").toString(), shared);
     EXPECT_TRUE(m_sharer->isOutOfDate());
     EXPECT_FALSE(m_sharer->isUploading());
-    EXPECT_TRUE(shareLog().contains(text("failed: No room")));
+    EXPECT_TRUE(shareLog().contains(text("failed: No room (Share 507)")));
     m_server->setScript({});
     ASSERT_TRUE(share(true));
     expectPlaysCurrentEdit();
