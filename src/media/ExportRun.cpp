@@ -154,12 +154,12 @@ Result<void> ExportRun::openFile(const QString& path, ColorTags color)
     encoding.bitRate = Exporter::bitRate(m_settings.codec, m_size, m_settings.fps);
     encoding.color = color;
     Result<std::unique_ptr<VideoEncoder>> video = VideoEncoder::open(encoding);
-    if (!video && m_settings.engine == ExportSettings::Engine::Session) {
+    if (!video) {
+        if (m_settings.engine == ExportSettings::Engine::Writer)
+            return tl::unexpected(video.error());
         Log::line(u"error", QStringLiteral("no export session: ") % logText(video.error()));
         return failure(QStringLiteral("Editor"), 4, QStringLiteral("Export preset unavailable"));
     }
-    if (!video)
-        return tl::unexpected(video.error());
     m_videoEncoder = std::move(*video);
     if (!m_built->composition.audio.empty()) {
         Result<std::unique_ptr<AudioEncoder>> audio = AudioEncoder::open();

@@ -30,8 +30,9 @@ public:
     ~VideoDecoder();
 
     /// The picture of an entry of the track's display list, as the stream has it (any pixel format, not yet rotated).
-    /// A picture that the file lost is answered with the one shown before it. Fails only when the file cannot be read,
-    /// nothing at all can be decoded, or `stop` says so; then the next call goes on from where this one was.
+    /// A picture that the file lost is answered with the one shown before it, or else the next there is. Fails only
+    /// when the file cannot be read, nothing at all can be decoded, or `stop` says so; then the next call goes on from
+    /// where this one was.
     [[nodiscard]] Result<VideoFrame> frame(int display, const Stop& stop = {});
 
     /// Announces the entries that will be asked for next, ascending: others are not decoded unless these depend on
