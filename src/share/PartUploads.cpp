@@ -2,6 +2,7 @@
 
 #include "share/PartReader.h"
 
+#include <QCoreApplication>
 #include <QCoroFuture>
 #include <QtConcurrent>
 
@@ -38,6 +39,8 @@ QCoro::Task<Result<QJsonArray>> PartUploads::run(QString path)
         sending.push_back(QtConcurrent::run(&m_threads, &PartUploads::send, this));
     for (const QFuture<void>& each : sending)
         co_await each;
+    // What the threads told last may still be on its way.
+    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
     if (m_error)
         co_return tl::unexpected(*m_error);
     co_return m_replies;
@@ -98,7 +101,8 @@ void PartUploads::keep(const QJsonObject& reply, qint64 bytes)
     const std::lock_guard lock(m_mutex);
     m_replies.append(reply);
     m_sent += bytes;
-    Q_EMIT sent(m_sent);
+    QMetaObject::invokeMethod(
+        this, [this, bytesSent = m_sent] { Q_EMIT sent(bytesSent); }, Qt::QueuedConnection);
 }
 
 void PartUploads::fail(const Error& error)

@@ -27,7 +27,7 @@ public:
     void abort();
 
 Q_SIGNALS:
-    void sent(qint64 bytes); ///< So much of the file is there. Emitted by any of the threads.
+    void sent(qint64 bytes); ///< So much of the file is there. Never after `run` is over.
     void failed();
 
 private:

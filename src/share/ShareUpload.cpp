@@ -122,11 +122,9 @@ QCoro::Task<void> ShareUpload::sendPoster(std::shared_ptr<const Built> edit)
 QCoro::Task<Result<void>> ShareUpload::sendVideo(QString path)
 {
     m_bytes = QFileInfo(path).size();
-    m_sendingParts = true;
     followParts(0);
     QCoro::Task<Result<QJsonArray>> uploading = m_parts.run(path);
     const Result<QJsonArray> replies = co_await uploading;
-    m_sendingParts = false;
     if (!replies)
         co_return tl::unexpected(replies.error());
 
@@ -147,9 +145,6 @@ QCoro::Task<Result<void>> ShareUpload::sendVideo(QString path)
 
 void ShareUpload::followParts(qint64 sent)
 {
-    // What a thread has told may arrive when all of them have ended already.
-    if (!m_sendingParts)
-        return;
     const double fraction = double(sent) / double(std::max<qint64>(m_bytes, 1));
     Q_EMIT moved(QStringLiteral("Uploading ") % percent(fraction), exportShare + (1 - exportShare) * fraction);
     m_reports.send(QStringLiteral("uploading"), fraction);

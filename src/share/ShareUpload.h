@@ -54,7 +54,6 @@ private:
     QTimer m_exportTicks;
     double m_reportedMs = 0;
     qint64 m_bytes = 0;
-    bool m_sendingParts = false;
 };
 
 } // namespace kelmo
