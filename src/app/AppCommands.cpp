@@ -1,9 +1,11 @@
 #include "app/AppDelegate.h"
+#include "app/QuitQuestion.h"
 #include "app/Responders.h"
 #include "views/OpenPanel.h"
 #include "views/SettingsView.h"
 
 #include <QApplication>
+#include <QMessageBox>
 #include <QScreen>
 #include <QVBoxLayout>
 
@@ -33,7 +35,7 @@ void AppDelegate::showSettings()
 
 void AppDelegate::openTake() { OpenPanel::show(*m_editor, m_window.get()); }
 
-void AppDelegate::openNewest() { m_editor->openNewest(); }
+void AppDelegate::openNewest() { m_editor->openNewest(Editor::Opener::Person); }
 
 void AppDelegate::exportVideo() { m_editor->exportFromUI(); }
 
@@ -77,7 +79,17 @@ void AppDelegate::splitAtPlayhead() { m_editor->splitAtPlayhead(); }
 
 void AppDelegate::clearTrim() { m_editor->clearTrim(); }
 
-void AppDelegate::quit() { QCoreApplication::quit(); }
+void AppDelegate::quit()
+{
+    const bool exports = m_editor->exportProgress().has_value();
+    if (m_quitQuestion)
+        m_quitQuestion->raise();
+    else if (exports || m_sharer->isUploading())
+        m_quitQuestion
+            = QuitQuestion::ask(m_window.get(), exports ? QuitQuestion::Work::Export : QuitQuestion::Work::Upload);
+    else
+        QCoreApplication::quit();
+}
 
 bool AppDelegate::canTrim() const { return m_editor->sourceDurationMs() > 0; }
 

@@ -33,9 +33,9 @@ void AppDelegate::applicationDidFinishLaunching()
     if (!m_commandLine.background) {
         reveal();
         if (m_commandLine.take)
-            m_editor->open(*m_commandLine.take);
+            m_editor->open(*m_commandLine.take, Editor::Opener::Person);
         else
-            m_editor->openNewest();
+            m_editor->openNewest(Editor::Opener::Person);
     }
     m_mcp = std::make_unique<MCPServer>(*m_editor, *m_sharer, m_commandLine.port);
     m_mcp->start();
@@ -100,14 +100,10 @@ void AppDelegate::reveal()
 void AppDelegate::applicationShouldHandleReopen(const std::optional<QString>& take)
 {
     reveal();
-    if (!take && !m_editor->take())
-        m_editor->openNewest();
-    if (!take)
-        return;
-    // Opening starts over; whoever starts the program again on what is open wants to see its edit, not to lose it.
-    const Result<Take> asked = Take::find(*take);
-    if (!asked || !m_editor->shows(*asked))
-        m_editor->open(*take);
+    if (take)
+        m_editor->open(*take, Editor::Opener::Person);
+    else if (!m_editor->take())
+        m_editor->openNewest(Editor::Opener::Person);
 }
 
 void AppDelegate::windowWillClose()

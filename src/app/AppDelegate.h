@@ -10,6 +10,10 @@
 #include "share/Sharer.h"
 #include "telemetry/CrashReports.h"
 
+#include <QPointer>
+
+class QMessageBox;
+
 namespace kelmo {
 
 /// The program while it runs: makes the editor, the window and the agent server, connects them, does what the command
@@ -77,6 +81,7 @@ private:
     std::unique_ptr<MainMenu> m_menu;
     std::unique_ptr<EditorWindow> m_window;
     std::unique_ptr<QWidget> m_settingsWindow; ///< From its first use on.
+    QPointer<QMessageBox> m_quitQuestion; ///< While it is on screen.
     std::unique_ptr<KeyMonitor> m_keyMonitor;
     std::unique_ptr<MCPServer> m_mcp; ///< After the editor and the sharer, which it uses.
 };

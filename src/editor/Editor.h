@@ -29,6 +29,10 @@ public:
     /// Whether a status line tells what was done, or what went wrong and is to be read.
     enum class StatusKind { Notice, Problem };
 
+    /// Who opens a take. An agent begins with everything kept. A person's edit stays when the same take is opened once
+    /// more, and until the media of another one is known to open.
+    enum class Opener { Agent, Person };
+
     explicit Editor(Sound sound = Sound::On);
     ~Editor() override;
 
@@ -73,9 +77,10 @@ public:
     void setExportHeight(std::optional<int> lines);
     void setExportFPS(int fps);
 
-    // Opening. The take is there when open() returns; its media follows.
-    void open(const QString& path); ///< Any file of the take. What goes wrong becomes the status.
-    void openNewest(); ///< Lists the recordings folder and opens its newest take; nothing when it holds none.
+    // Opening. The take is there when open() returns, unless it waits for its media; the media follows.
+    void open(const QString& path, Opener opener = Opener::Agent); ///< Any file of the take. Errors become the status.
+    /// Lists the recordings folder and opens its newest take. Does nothing if the folder holds none.
+    void openNewest(Opener opener = Opener::Agent);
     std::function<void()> onOpen; ///< Called at the very start of every open.
     std::function<void(const Take&)> onTakeReady; ///< Called when a take's first composition is built.
 
@@ -149,8 +154,11 @@ private:
     void reportTrim(const std::optional<QString>& refusal);
 
     // EditorOpening.cpp
+    struct Opening;
+    void begin(const Opening& opening);
     void resetTo(Take take);
-    void adopt(const LoadedTake::Opened& loaded, double startedAt);
+    void adopt(const LoadedTake::Opened& loaded, const Opening& opening);
+    void failToOpen(const QString& message, const Error& error);
     void rebuild(const QString& reason, double startedAt, std::optional<double> seekSourceMs = {},
         std::optional<std::vector<Span>> keep = {});
     void watchAlignment(const Take& take);
@@ -191,6 +199,7 @@ private:
     int m_fillerCount = 0;
     int m_pauseCount = 0;
     std::shared_ptr<const LoadedTake> m_loaded;
+    std::optional<Error> m_openError; ///< Why the open take has no media.
     std::shared_ptr<const Built> m_built;
     std::optional<double> m_openStartedMs; ///< Until the first picture is on show.
     int m_buildGeneration = 0; ///< Grows with every rebuild, so that an overtaken seek knows that it is stale.

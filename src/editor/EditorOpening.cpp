@@ -43,55 +43,78 @@ QString describe(const LoadedTake& loaded)
 
 } // namespace
 
-void Editor::openNewest()
+/// A take that is being opened.
+struct Editor::Opening {
+    Take take;
+    double startedAt; ///< ms, on the monotonic clock
+    double parsedAt;
+    bool keepsEdit; ///< The take before stays open until the media of this one is loaded.
+};
+
+void Editor::openNewest(Opener opener)
 {
     m_takes = Take::list(Take::recordingsDir());
     Q_EMIT takesChanged();
     if (!m_takes.empty())
-        open(m_takes.front().url.toLocalFile());
+        open(m_takes.front().url.toLocalFile(), opener);
 }
 
-void Editor::open(const QString& path)
+void Editor::open(const QString& path, Opener opener)
 {
     if (onOpen)
         onOpen();
     const double startedAt = MonotonicClock::nowMs();
     Result<Take> take = Take::find(path);
     if (!take) {
-        setStatus(userText(take.error()), StatusKind::Problem);
-        Log::line(u"error", QStringLiteral("open failed: ") % logText(take.error()));
+        failToOpen(userText(take.error()), take.error());
         return;
     }
-    pausePlaying();
-    m_openStartedMs = startedAt;
+    const bool byPerson = opener == Opener::Person;
+    if (byPerson && shows(*take) && !m_openError)
+        return;
     // The movies' tables are read on a worker while the words are read here.
     const auto loading = QtConcurrent::run(&m_workers, [files = *take] {
         lowerThreadPriority(Behind::AStep);
         return LoadedTake::load(files);
     });
     take->readWords();
-    resetTo(std::move(*take));
-    watchAlignment(*m_take);
-    Log::line(u"timing",
-        QStringLiteral("open ") % m_take->base % QStringLiteral(": files + transcript parsed in ")
-            % ms(MonotonicClock::nowMs() - startedAt)
-            % QStringLiteral(" (%1 words, webcam: %2, offset %3 ms, audioStart %4 ms)")
-                  .arg(m_words.size())
-                  .arg(yesNo(m_take->webcamURL.has_value()), offset(m_take->webcamOffsetMs),
-                      offset(m_take->screenAudioStartMs)));
+    const Opening opening{*std::move(take), startedAt, MonotonicClock::nowMs(), byPerson && m_loaded};
+    ++m_openGeneration;
+    if (!opening.keepsEdit)
+        begin(opening);
     // A watcher tells of a finished future through the event loop, so a take is never ready before this call is over.
     auto* const watcher = new QFutureWatcher<LoadedTake::Opened>(this);
-    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher, startedAt, generation = m_openGeneration] {
+    connect(watcher, &QFutureWatcherBase::finished, this, [this, watcher, opening, generation = m_openGeneration] {
         watcher->deleteLater();
         if (m_openGeneration == generation)
-            adopt(watcher->result(), startedAt);
+            adopt(watcher->result(), opening);
     });
     watcher->setFuture(loading);
 }
 
+void Editor::failToOpen(const QString& message, const Error& error)
+{
+    setStatus(message, StatusKind::Problem);
+    Log::line(u"error", QStringLiteral("open failed: ") % logText(error));
+}
+
+void Editor::begin(const Opening& opening)
+{
+    pausePlaying();
+    m_openStartedMs = opening.startedAt;
+    resetTo(opening.take);
+    watchAlignment(*m_take);
+    Log::line(u"timing",
+        QStringLiteral("open ") % m_take->base % QStringLiteral(": files + transcript parsed in ")
+            % ms(opening.parsedAt - opening.startedAt)
+            % QStringLiteral(" (%1 words, webcam: %2, offset %3 ms, audioStart %4 ms)")
+                  .arg(m_words.size())
+                  .arg(yesNo(m_take->webcamURL.has_value()), offset(m_take->webcamOffsetMs),
+                      offset(m_take->screenAudioStartMs)));
+}
+
 void Editor::resetTo(Take take)
 {
-    ++m_openGeneration;
     m_watch.reset();
     m_awaitingWords = false;
     m_take = std::move(take);
@@ -102,6 +125,7 @@ void Editor::resetTo(Take take)
     m_trimPreviewing = false;
     m_undo.clear();
     m_loaded.reset();
+    m_openError.reset();
     m_built.reset();
     if (m_player)
         m_player->setItem(nullptr); // Its last picture stays until the new take's first.
@@ -121,17 +145,20 @@ void Editor::resetTo(Take take)
     Q_EMIT splitsChanged();
 }
 
-void Editor::adopt(const LoadedTake::Opened& loaded, double startedAt)
+void Editor::adopt(const LoadedTake::Opened& loaded, const Opening& opening)
 {
     if (!loaded) {
-        setStatus(QStringLiteral("Couldn't open: ") % userText(loaded.error()), StatusKind::Problem);
-        Log::line(u"error", QStringLiteral("open failed: ") % logText(loaded.error()));
+        if (!opening.keepsEdit)
+            m_openError = loaded.error();
+        failToOpen(QStringLiteral("Couldn't open: ") % userText(loaded.error()), loaded.error());
         return;
     }
+    if (opening.keepsEdit)
+        begin(opening);
     m_loaded = *loaded;
     m_sourceDurationMs = m_loaded->durationMs;
     Log::line(u"timing",
-        QStringLiteral("tracks loaded at ") % ms(MonotonicClock::nowMs() - startedAt) % QStringLiteral(" (")
+        QStringLiteral("tracks loaded at ") % ms(MonotonicClock::nowMs() - opening.startedAt) % QStringLiteral(" (")
             % describe(*m_loaded) % QStringLiteral(")"));
     rebuild(QStringLiteral("open"), MonotonicClock::nowMs(), 0);
     if (onTakeReady)

@@ -10,8 +10,8 @@ void OpenPanel::show(Editor& editor, QWidget* window)
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setFileMode(QFileDialog::ExistingFile);
     dialog->setNameFilters({QStringLiteral("Recordings (*.mov *.mp4 *.m4v *.MOV *.MP4 *.M4V)")});
-    QObject::connect(
-        dialog, &QFileDialog::fileSelected, &editor, [&editor](const QString& path) { editor.open(path); });
+    QObject::connect(dialog, &QFileDialog::fileSelected, &editor,
+        [&editor](const QString& path) { editor.open(path, Editor::Opener::Person); });
     dialog->open();
 }
 

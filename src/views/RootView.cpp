@@ -122,7 +122,7 @@ void RootView::dragEnterEvent(QDragEnterEvent* event)
 void RootView::dropEvent(QDropEvent* event)
 {
     event->acceptProposedAction();
-    m_editor.open(fileIn(*event->mimeData()));
+    m_editor.open(fileIn(*event->mimeData()), Editor::Opener::Person);
 }
 
 void RootView::mousePressEvent(QMouseEvent* event)

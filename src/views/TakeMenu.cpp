@@ -38,7 +38,7 @@ void TakeMenu::fill()
         row->setCheckable(true);
         row->setChecked(m_editor.take() && m_editor.take()->base == take.base);
         const QString path = take.url.toLocalFile();
-        connect(row, &QAction::triggered, this, [this, path] { m_editor.open(path); });
+        connect(row, &QAction::triggered, this, [this, path] { m_editor.open(path, Editor::Opener::Person); });
     }
     if (takes.empty())
         m_menu->addHeading(QStringLiteral("No takes in the recordings folder"));

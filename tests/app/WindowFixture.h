@@ -35,6 +35,11 @@ protected:
 
     [[nodiscard]] Editor& editor() { return m_app->editor(); }
     [[nodiscard]] EditorWindow& window() { return *m_app->window(); }
+    /// Whether this take is open, or becomes so: another one stays until its media is loaded.
+    [[nodiscard]] bool shows(const QString& base)
+    {
+        return waitUntil([&] { return editor().take()->base == base; });
+    }
     [[nodiscard]] bool waitUntil(const std::function<bool()>& holds, int timeoutMs = 20'000) const;
 
     TemporaryHome m_home;
