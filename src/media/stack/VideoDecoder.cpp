@@ -137,23 +137,33 @@ Result<VideoFrame> VideoDecoder::frame(int display, const Stop& stop)
     if (!isAhead(display) || entry.key > m_next)
         restartAt(entry.key);
     const Result<VideoFrame> decoded = decodeUpTo(display, stop);
-    return decoded && !*decoded ? nearestTo(display, stop) : decoded;
+    const bool isMissing = decoded && m_shownPts != target;
+    return isMissing && (!*decoded || m_draining) ? nearestTo(display, stop) : decoded;
 }
 
-/// Nothing came out from the key picture on: what the key pictures before it bring, or else the next picture there is.
+int VideoDecoder::keyBefore(int sample) const
+{
+    int key = std::max(sample - 1, 0);
+    while (key > 0 && !m_track.index.samples()[size_t(key)].key)
+        --key;
+    return key;
+}
+
+/// Nothing came out from the key picture on, or the decoder was drained before the picture came out: an H.264 decoder
+/// that is drained right after a recovery point drops what follows that. So decodes again without a plan, then from the
+/// key pictures before, or else takes the next picture there is.
 Result<VideoFrame> VideoDecoder::nearestTo(int display, const Stop& stop)
 {
-    if (m_start == 0 && m_ahead)
-        return m_ahead;
-    const std::vector<Sample>& samples = m_track.index.samples();
+    const bool wasCutShort = m_draining && m_next < int(m_track.index.samples().size());
+    if (m_start == 0 && !wasCutShort && (m_shown || m_ahead))
+        return m_shown ? m_shown : m_ahead;
     std::vector<int32_t> announced = std::exchange(m_expected, {});
     Result<VideoFrame> decoded = VideoFrame();
+    int start = wasCutShort ? m_start : keyBefore(m_start);
     do {
-        int key = std::max(m_start - 1, 0);
-        while (key > 0 && !samples[size_t(key)].key)
-            --key;
-        restartAt(key);
+        restartAt(start);
         decoded = decodeUpTo(display, stop);
+        start = keyBefore(m_start);
     } while (decoded && !*decoded && m_start > 0);
     m_expected = std::move(announced);
     if (!decoded || *decoded)

@@ -70,6 +70,7 @@ private:
     [[nodiscard]] Result<void> feed(int64_t targetPts);
     [[nodiscard]] bool isWanted(int sample, int64_t targetPts) const;
     [[nodiscard]] Result<VideoFrame> decodeUpTo(int display, const Stop& stop);
+    [[nodiscard]] int keyBefore(int sample) const;
     [[nodiscard]] Result<VideoFrame> nearestTo(int display, const Stop& stop);
     [[nodiscard]] Result<bool> receive(int display, VideoFrame& picture);
     void take(VideoFrame frame, int64_t pts);
