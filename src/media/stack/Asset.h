@@ -38,7 +38,7 @@ struct Track {
 };
 
 /// A media file, opened once: its tracks with their exact times, and the samples that decoders read through it.
-/// Immutable and shared; every function may be called from any thread. No media data is read before it is asked for.
+/// Immutable and shared; every function may be called from any thread.
 class Asset {
 public:
     /// Opens a movie and reads its tables. Fails with a sentence that names the file when it is missing, unfinished,

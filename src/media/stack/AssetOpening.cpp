@@ -1,5 +1,7 @@
 #include "media/stack/AssetOpening.h"
 
+#include "media/stack/FrameSize.h"
+#include "media/stack/OutputOrder.h"
 #include "media/stack/SampleListing.h"
 #include "media/stack/TableIO.h"
 #include "media/stack/TrackDescription.h"
@@ -56,7 +58,7 @@ bool isUsable(const AVStream& stream)
     if (stream.disposition & AV_DISPOSITION_ATTACHED_PIC || stream.time_base.num <= 0 || stream.time_base.den <= 0)
         return false;
     if (parameters.codec_type == AVMEDIA_TYPE_VIDEO)
-        return parameters.width > 0 && parameters.height > 0;
+        return avcodec_find_decoder(parameters.codec_id) || (parameters.width > 0 && parameters.height > 0);
     return parameters.codec_type == AVMEDIA_TYPE_AUDIO && parameters.sample_rate >= leastSampleRate
         && parameters.sample_rate <= mostSampleRate;
 }
@@ -139,6 +141,15 @@ Result<std::vector<StreamSamples>> steppedSamples(
     return *std::move(listed);
 }
 
+/// What the tables leave open of a video stream is read from its media data.
+void settleVideo(AVStream& stream, StreamSamples& listed, TableIO& io)
+{
+    if (stream.codecpar->codec_type != AVMEDIA_TYPE_VIDEO)
+        return;
+    settleFrameSize(stream, listed.samples, io);
+    settleTimes(listed, *stream.codecpar, io);
+}
+
 /// The tables of a file, by its own ones where that may be; none when it must be stepped through after all.
 Result<std::optional<AssetTables>> readTables(const QString& path, bool byTables)
 {
@@ -179,11 +190,13 @@ Result<std::optional<AssetTables>> readTables(const QString& path, bool byTables
         listed = *std::move(stepped);
     }
     for (const int stream : wanted) {
+        if (tables.isMov)
+            settleVideo(*format.streams[stream], listed[size_t(stream)], io);
         Track track
             = describedTrack(*format.streams[stream], std::move(listed[size_t(stream)]), io.boxes(), tables.isMov);
         if (track.range.end() > longestMovie || track.range.start < MediaTime{-longestMovie.us})
             return tl::unexpected(openError(path, QStringLiteral("its times make no sense")));
-        if (!track.index.isEmpty())
+        if (!track.index.isEmpty() && (track.type == MediaType::Audio || track.parameters->height > 0))
             tables.tracks.push_back(std::move(track));
     }
     return tables;

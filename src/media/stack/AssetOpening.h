@@ -16,9 +16,9 @@ struct AssetTables {
     bool isMov = false;
 };
 
-/// Reads the tables of a movie. For QuickTime and MP4 files the media data itself is never touched: the sample tables
-/// are read by us, and where they are of a rare kind, the demuxer steps over a file whose `mdat` bodies read as
-/// nothing. Other containers are read through once.
+/// Reads the tables of a movie. For QuickTime and MP4 files the sample tables are read by us, and where they are of a
+/// rare kind, the demuxer steps over a file whose `mdat` bodies read as nothing. Of the media data only what the tables
+/// leave open is read: a frame for its size, a few frames for their order. Other containers are read through once.
 [[nodiscard]] Result<AssetTables> readTables(const QString& path);
 
 } // namespace kelmo

@@ -1,5 +1,7 @@
 #include "media/stack/SampleListing.h"
 
+#include "media/stack/OutputOrder.h"
+
 namespace kelmo {
 
 namespace {
@@ -18,6 +20,18 @@ bool isWhole(const Sample& sample, int64_t fileSize)
     return sample.position < 0 || sample.position + sample.size <= fileSize;
 }
 
+/// One for each stream whose frames may come out in another order than they are coded in, where the media is read.
+std::vector<std::unique_ptr<OutputOrder>> outputOrders(const AVFormatContext& input, const std::set<int>& wanted)
+{
+    std::vector<std::unique_ptr<OutputOrder>> orders(input.nb_streams);
+    for (const int stream : wanted) {
+        const AVCodecParameters& parameters = *input.streams[stream]->codecpar;
+        if (!(input.flags & AVFMT_FLAG_NOPARSE) && OutputOrder::mayDiffer(parameters))
+            orders[size_t(stream)] = std::make_unique<OutputOrder>(parameters);
+    }
+    return orders;
+}
+
 } // namespace
 
 void StreamSamples::settleLastDuration(int64_t wholeLength, int64_t ticksPerSecond)
@@ -33,6 +47,7 @@ std::optional<std::vector<StreamSamples>> listSamples(
     AVFormatContext& input, const std::set<int>& wanted, int64_t fileSize)
 {
     std::vector<StreamSamples> streams(input.nb_streams);
+    std::vector<std::unique_ptr<OutputOrder>> orders = outputOrders(input, wanted);
     const AvHandle<AVPacket> packet = makeAvPacket();
     size_t total = 0;
     while (av_read_frame(&input, packet.get()) >= 0) {
@@ -43,10 +58,18 @@ std::optional<std::vector<StreamSamples>> listSamples(
             streams[stream].samples.push_back(sample);
             streams[stream].lastDuration = packet->duration;
             ++total;
+            if (sample.pts != sample.dts)
+                orders[stream].reset();
+            if (orders[stream])
+                orders[stream]->add(*packet);
         }
         av_packet_unref(packet.get());
         if (total > mostSamples)
             return std::nullopt;
+    }
+    for (size_t i = 0; i < streams.size(); ++i) {
+        if (orders[i])
+            orders[i]->settleTimes(streams[i].samples);
     }
     return streams;
 }

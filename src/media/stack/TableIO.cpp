@@ -36,6 +36,14 @@ void TableIO::skipMediaData()
     m_context->direct = 1;
 }
 
+bool TableIO::readSample(const Sample& sample, AVPacket& packet)
+{
+    av_packet_unref(&packet);
+    return sample.position >= 0 && sample.size > 0 && m_file.seek(sample.position)
+        && av_new_packet(&packet, sample.size) >= 0
+        && m_file.read(reinterpret_cast<char*>(packet.data), sample.size) == sample.size;
+}
+
 int TableIO::read(void* opaque, uint8_t* buffer, int size)
 {
     auto* io = static_cast<TableIO*>(opaque);

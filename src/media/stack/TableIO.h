@@ -2,6 +2,7 @@
 
 #include "media/stack/AvHandles.h"
 #include "media/stack/MovBoxes.h"
+#include "media/stack/SampleIndex.h"
 
 #include <QFile>
 
@@ -21,6 +22,9 @@ public:
     [[nodiscard]] bool open(); ///< Reads the boxes, too. False when the file cannot be read; `reason` says why.
     void hideTables() { m_hide = true; }
     void skipMediaData(); ///< Requires: open.
+
+    /// Reads the media data of a sample, whatever is skipped or hidden. False when the file does not have it whole.
+    [[nodiscard]] bool readSample(const Sample& sample, AVPacket& packet);
 
     [[nodiscard]] AVIOContext* context() const { return m_context; } ///< Null until open.
     [[nodiscard]] const MovBoxes& boxes() const { return m_boxes; }

@@ -35,7 +35,9 @@ void describeVideo(const AVStream& stream, Track& track)
     if (aspect.num <= 0 || aspect.den <= 0 || aspect.num > 100 * int64_t(aspect.den)
         || aspect.den > 100 * int64_t(aspect.num))
         aspect = {1, 1};
-    track.naturalWidth = std::max(1, int(scaled(parameters.width, aspect.num, aspect.den)));
+    // A shape that makes a pixel of difference is a container's rounding: scaling by it would only blur.
+    const int shaped = std::max(1, int(scaled(parameters.width, aspect.num, aspect.den)));
+    track.naturalWidth = std::abs(shaped - parameters.width) <= 1 ? parameters.width : shaped;
     track.naturalHeight = parameters.height;
     track.quarterTurns = quarterTurnsOf(stream);
     track.color = {parameters.color_primaries, parameters.color_trc, parameters.color_space,
