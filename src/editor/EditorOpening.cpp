@@ -20,14 +20,6 @@ QString ms(double value) { return QString::number(value, 'f', 0) % QStringLitera
 
 QString yesNo(bool value) { return value ? QStringLiteral("true") : QStringLiteral("false"); }
 
-qint64 ageInMs(const QString& path)
-{
-    const QFileInfo file(path);
-    if (!file.exists())
-        return std::numeric_limits<qint64>::max();
-    return file.lastModified().msecsTo(QDateTime::currentDateTime());
-}
-
 QString offset(double value) { return QString::number(value, 'f', value == std::floor(value) ? 1 : -1); }
 
 QString describe(const LoadedTake& loaded)
@@ -198,16 +190,15 @@ void Editor::watchAlignment(const Take& take)
     }
     if (take.aligned)
         return;
-    if (ageInMs(TranscriptWatch::transcriptPath(take)) > freshTranscriptMs)
+    if (Take::ageMs(TranscriptWatch::transcriptPath(take)) > freshTranscriptMs)
         m_recorder.requestAlign(take.base);
     startWatch(TranscriptWatch::For::Alignment, take);
 }
 
 void Editor::watchForWords(const Take& take)
 {
-    const QString sync = take.dir.toLocalFile() % QStringLiteral("/") % take.base % QStringLiteral("_sync.json");
     // A whole transcript without words is simply empty; the recorder may still be writing one that is not whole.
-    if (take.transcribed || ageInMs(sync) >= freshRecordingMs)
+    if (take.transcribed || Take::ageMs(take.syncPath()) >= freshRecordingMs)
         return;
     m_awaitingWords = true;
     ++m_takeRevision;

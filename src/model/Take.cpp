@@ -19,12 +19,34 @@ constexpr char syncSuffix[] = "_sync";
 // In the order in which they are tested, each once.
 constexpr const char* sidecarSuffixes[] = {"_webcam", "_transcript", syncSuffix, "_cursor", "_merged_preview"};
 
-/// Joins literally: a name from a sync file stays inside the folder even when it begins with a slash.
 QString pathIn(const QUrl& dir, const QString& name)
 {
     const QString folder = dir.toLocalFile();
     const QLatin1String separator(folder.endsWith(QLatin1Char('/')) ? "" : "/");
     return folder + separator + name;
+}
+
+QString syncFile(const QUrl& dir, const QString& base)
+{
+    return pathIn(dir, base + QString::fromLatin1(syncSuffix) + QLatin1String(".json"));
+}
+
+/// Whether a file, or what a link of its name points to, lies in a folder or below it. True for what is missing.
+bool liesIn(const QUrl& dir, const QString& path)
+{
+    const QString folder = QFileInfo(dir.toLocalFile()).canonicalFilePath();
+    const QString target = QFileInfo(path).canonicalFilePath();
+    return target.isEmpty()
+        || target.startsWith(folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/'));
+}
+
+/// The file name in a field of the sync file, or `usual` if that is no plain name of a file in the folder.
+QString fileName(const QUrl& dir, const QJsonValue& field, const QString& usual)
+{
+    const QString name = field.toString();
+    const bool isPlain = !name.isEmpty() && name != QLatin1String(".") && name != QLatin1String("..")
+        && !name.contains(QLatin1Char('/')) && !name.contains(QChar::Null);
+    return isPlain && liesIn(dir, pathIn(dir, name)) ? name : usual;
 }
 
 /// What the recorder's sync file says; whatever is missing or of the wrong type keeps its default.
@@ -38,11 +60,10 @@ struct Sync {
 
 Sync readSync(const QUrl& dir, const QString& base)
 {
-    const QString path = pathIn(dir, base + QLatin1String("_sync.json"));
-    const QJsonObject json = JsonFile::readObject(path).value_or(QJsonObject());
+    const QJsonObject json = JsonFile::readObject(syncFile(dir, base)).value_or(QJsonObject());
     return {
-        json.value(QLatin1String("screenFileName")).toString(base + QLatin1String(".mov")),
-        json.value(QLatin1String("webcamFileName")).toString(base + QLatin1String("_webcam.mov")),
+        fileName(dir, json.value(QLatin1String("screenFileName")), base + QLatin1String(".mov")),
+        fileName(dir, json.value(QLatin1String("webcamFileName")), base + QLatin1String("_webcam.mov")),
         json.value(QLatin1String("webcamOffsetFromScreenMs")).toDouble(0),
         json.value(QLatin1String("screenAudioStartMs")).toDouble(0),
         json.value(QLatin1String("recorder")).toString(QStringLiteral("corvane")),
@@ -131,6 +152,20 @@ Result<Take> Take::find(const QUrl& dir, const QString& base)
     take.screenAudioStartMs = sync.screenAudioStartMs;
     take.recorder = sync.recorder;
     return take;
+}
+
+qint64 Take::ageMs(const QString& path)
+{
+    const QFileInfo file(path);
+    const qint64 age = file.exists() ? file.lastModified().msecsTo(QDateTime::currentDateTime()) : -1;
+    return age < 0 ? std::numeric_limits<qint64>::max() : age;
+}
+
+QString Take::syncPath() const { return syncFile(dir, base); }
+
+bool Take::isSelfContained() const
+{
+    return liesIn(dir, screenURL.toLocalFile()) && (!webcamURL || liesIn(dir, webcamURL->toLocalFile()));
 }
 
 void Take::readWords()

@@ -54,6 +54,14 @@ struct Take {
     /// absent.
     [[nodiscard]] static Result<Take> find(const QUrl& dir, const QString& base);
 
+    /// The age of a file in ms. The maximum if the file is missing or dated in the future: it is not new then.
+    [[nodiscard]] static qint64 ageMs(const QString& path);
+
+    [[nodiscard]] QString syncPath() const;
+
+    /// Whether both movies lie in the take's own folder and no link leads to another one.
+    [[nodiscard]] bool isSelfContained() const;
+
     /// Reads the words, and whether they are aligned, from the take's transcript.
     void readWords();
 

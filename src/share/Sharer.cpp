@@ -6,7 +6,6 @@
 #include <QClipboard>
 #include <QCoroFuture>
 #include <QDesktopServices>
-#include <QFileInfo>
 #include <QGuiApplication>
 
 namespace kelmo {
@@ -16,10 +15,10 @@ namespace {
 /// A take that was recorded this recently is one that the user has just stopped.
 constexpr qint64 justRecordedMs = 120'000;
 
+/// A take from elsewhere may link to any movie of the user's, which is then not published unasked.
 bool wasJustRecorded(const Take& take)
 {
-    const QFileInfo sync(take.dir.toLocalFile() % QStringLiteral("/") % take.base % QStringLiteral("_sync.json"));
-    return sync.exists() && sync.lastModified().msecsTo(QDateTime::currentDateTime()) < justRecordedMs;
+    return take.isSelfContained() && Take::ageMs(take.syncPath()) < justRecordedMs;
 }
 
 /// Whether a look has shown that nobody is signed in, rather than that it cannot be seen.

@@ -92,6 +92,55 @@ TEST(Take, loadBrokenSidecarsFallsBackToDefaults)
     }
 }
 
+TEST(Take, loadNamesInASyncFileStayInTheFolder)
+{
+    const TemporaryHome home;
+    const QUrl dir = QUrl::fromLocalFile(home.file(QStringLiteral("takes")));
+    const QString diary = home.write(QStringLiteral("Private/diary.mov"), "diary");
+    const QString screen = home.write(QStringLiteral("takes/A.mov"), "screen");
+    home.write(QStringLiteral("takes/sub/other.mov"), "other");
+    const QString inside = home.write(QStringLiteral("takes/..other.mov"), "other");
+    QFile::link(diary, home.file(QStringLiteral("takes/out.mov")));
+    QFile::link(QStringLiteral("out.mov"), home.file(QStringLiteral("takes/further.mov")));
+    const QString link = home.file(QStringLiteral("takes/in.mov"));
+    QFile::link(QStringLiteral("..other.mov"), link);
+    const struct {
+        QByteArray name;
+        QString opened;
+    } cases[] = {
+        {"../Private/diary.mov", screen},
+        {diary.toUtf8(), screen},
+        {"sub/../../Private/diary.mov", screen},
+        {"sub/other.mov", screen},
+        {"..", screen},
+        {".", screen},
+        {"", screen},
+        {"out.mov", screen},
+        {"further.mov", screen},
+        {"in.mov", link},
+        {"..other.mov", inside},
+    };
+    for (const auto& each : cases) {
+        home.write(QStringLiteral("takes/A_sync.json"),
+            R"({"screenFileName":")" + each.name + R"(","webcamFileName":")" + each.name + "\"}");
+        const Result<Take> take = Take::load(dir, QStringLiteral("A"));
+        ASSERT_TRUE(take) << each.name.toStdString();
+        EXPECT_EQ(take->screenURL.toLocalFile(), each.opened) << each.name.toStdString();
+        const QString webcam = take->webcamURL.value_or(QUrl()).toLocalFile();
+        EXPECT_EQ(webcam, each.opened == screen ? QString() : each.opened) << each.name.toStdString();
+        EXPECT_TRUE(take->isSelfContained());
+    }
+
+    // A link of the usual name is the owner's own; it opens, but the take is known to reach outside.
+    QFile::remove(screen);
+    QFile::link(diary, screen);
+    const Result<Take> linked = Take::load(dir, QStringLiteral("A"));
+    ASSERT_TRUE(linked);
+    EXPECT_EQ(linked->screenURL.toLocalFile(), inside) << "the sync file still names it";
+    home.write(QStringLiteral("takes/A_sync.json"), "{}");
+    EXPECT_FALSE(Take::load(dir, QStringLiteral("A"))->isSelfContained());
+}
+
 TEST(Take, loadWordsOnWebcamClockMovesThemOntoTheScreenClock)
 {
     struct Case {
