@@ -2,6 +2,7 @@
 #include "app/CommandLine.h"
 #include "app/SingleInstance.h"
 #include "diagnostics/Bench.h"
+#include "media/ExportFolder.h"
 #include "media/FaceCompositor.h"
 #include "media/stack/EncoderProbe.h"
 #include "platform/MonotonicClock.h"
@@ -56,6 +57,7 @@ int edit(const kelmo::CommandLine& commandLine, double launchMs)
     using kelmo::SingleInstance;
     const bool hasDisplay = QGuiApplication::platformName() != QStringLiteral("offscreen");
     QThreadPool::globalInstance()->start(&kelmo::FaceCompositor::prewarm);
+    QThreadPool::globalInstance()->start(&kelmo::ExportFolder::removeLeftBehind);
     AppDelegate delegate(
         commandLine, launchMs, hasDisplay ? AppDelegate::Display::Present : AppDelegate::Display::None);
     SingleInstance instance(commandLine.port,

@@ -1,9 +1,8 @@
 #include "editor/Editor.h"
 #include "media/CompositionBuilder.h"
+#include "media/ExportFolder.h"
 #include "media/FrameGrab.h"
-#include "media/stack/PartFile.h"
 #include "platform/FileReveal.h"
-#include "platform/Home.h"
 #include "platform/MonotonicClock.h"
 #include "platform/SleepInhibitor.h"
 #include "platform/ThreadPriority.h"
@@ -28,26 +27,10 @@ tl::unexpected<Error> editorFailure(int code, const QString& description)
 /// The user's folder for exports, made when it is not there yet.
 Result<QString> exportFolder()
 {
-    const QString folder = Home::file(QStringLiteral("Movies/Vorlix"));
+    const QString folder = ExportFolder::path();
     if (!QDir().mkpath(folder))
         return editorFailure(5, QStringLiteral("Can’t create the folder ") % folder);
     return folder;
-}
-
-// Whether nobody has written a file of this name, or is about to.
-bool isFree(const QString& path) { return !QFile::exists(path) && !QFile::exists(PartFile::pathFor(path)); }
-
-QString exportPath(const QString& folder, const QString& base, Codec codec)
-{
-    QString time = QDateTime::currentDateTimeUtc().toString(Qt::ISODate);
-    time.replace(QLatin1Char(':'), QLatin1Char('.'));
-    const QString stem
-        = folder % QStringLiteral("/") % base % QStringLiteral("-") % traits(codec).name % QStringLiteral("-") % time;
-    QString path = stem % QStringLiteral(".mp4");
-    // Two exports within a second would share their name, and the second would take the first one's place.
-    for (int number = 2; !isFree(path); ++number)
-        path = stem % QStringLiteral(" %1.mp4").arg(number);
-    return path;
 }
 
 QString detail(const ExportSettings& settings)
@@ -156,7 +139,7 @@ QCoro::Task<Result<ExportResult>> Editor::exportVideo(
     const Result<QString> folder = exportFolder();
     if (!folder)
         co_return tl::unexpected(folder.error());
-    const QString path = exportPath(*folder, m_take->base, settings.codec);
+    const QString path = ExportFolder::freePath(*folder, m_take->base, settings.codec);
     const double startedAt = MonotonicClock::nowMs();
     const SleepInhibitor inhibitor(QStringLiteral("Exporting ") % m_take->base);
     setExportProgress(0);

@@ -5,6 +5,7 @@
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QTcpServer>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -75,6 +76,17 @@ TEST(Program, startInBackgroundServesWithoutADisplayAndEndsOnTerm)
     EXPECT_EQ(program.process().exitCode(), 0);
     // What was printed is in the log as well.
     EXPECT_TRUE(home.read(QStringLiteral("Library/Logs/KelmoEditor.log")).contains("window up"));
+}
+
+TEST(Program, startRemovesWhatAKilledExportLeft)
+{
+    const TemporaryHome home;
+    const QString left = home.write(QStringLiteral("Movies/Vorlix/.talk-hevc-2026-11-23T10.00.00Z.mp4.part"), "half");
+    const QString whole = home.write(QStringLiteral("Movies/Vorlix/talk.mp4"), "whole");
+    Program program({QStringLiteral("--background"), QStringLiteral("--port"), QString::number(freePort())});
+    ASSERT_TRUE(program.prints("listening on")) << program.output().constData();
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !QFile::exists(left); }, 20'000));
+    EXPECT_TRUE(QFile::exists(whole));
 }
 
 TEST(Program, startOnATakenPortSaysSoAndGoesOn)

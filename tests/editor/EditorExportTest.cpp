@@ -1,3 +1,4 @@
+#include "media/stack/PartFile.h"
 #include "tests/editor/EditorFixture.h"
 
 #include <QCoroTask>
@@ -110,15 +111,16 @@ TEST_F(EditorExport, exportReportsItsFileItsProgressAndItsTimes)
 TEST_F(EditorExport, exportUnderANameThatIsTakenCountsOn)
 {
     openMovie(1);
-    // As if exports had been made in each of the seconds in which this one may start; the last of them still runs.
-    QDateTime second = QDateTime::currentDateTimeUtc();
+    // As if exports had been made in each of the seconds in which this one may start; the last of them still run.
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    std::vector<std::unique_ptr<PartFile>> running;
     for (int i = 0; i < 60; ++i) {
-        const QString stamp = second.addSecs(i).toString(Qt::ISODate).replace(QLatin1Char(':'), QLatin1Char('.'));
+        const QString stamp = now.addSecs(i).toString(Qt::ISODate).replace(QLatin1Char(':'), QLatin1Char('.'));
         const QString stem = QStringLiteral("Movies/Vorlix/a talk-h264-") % stamp;
         m_home.write(stem % QStringLiteral(".mp4"), "the first");
-        m_home.write(
-            QString(QStringLiteral("Movies/Vorlix/.")) % QFileInfo(stem).fileName() % QStringLiteral(" 2.mp4.part"),
-            "the second");
+        Result<std::unique_ptr<PartFile>> second = PartFile::create(m_home.file(stem % QStringLiteral(" 2.mp4")));
+        ASSERT_TRUE(second);
+        running.push_back(std::move(*second));
     }
     const qsizetype before = written().size();
     Export task = start();

@@ -8,7 +8,9 @@
 #include <QFileInfo>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
+#include <thread>
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -19,7 +21,7 @@ namespace kelmo {
 
 namespace {
 
-constexpr qint64 leftBehindAfterS = qint64(24) * 60 * 60;
+constexpr qint64 leftBehindAfterS = qint64(24) * 60 * 60; ///< Where no lock can tell.
 
 tl::unexpected<Error> writeFailure(int number, const QString& finalPath)
 {
@@ -31,38 +33,39 @@ bool isAt(const QByteArray& path, int file)
 {
     struct stat opened { };
     struct stat named { };
-    return ::fstat(file, &opened) == 0 && ::stat(path.constData(), &named) == 0 && opened.st_ino == named.st_ino
+    return ::fstat(file, &opened) == 0 && ::lstat(path.constData(), &named) == 0 && opened.st_ino == named.st_ino
         && opened.st_dev == named.st_dev;
 }
 
-/// The file, locked, or -1 with the reason in errno.
-int openLocked(const QByteArray& path, int flags)
+struct OpenedFile {
+    int descriptor = -1; ///< -1 with the reason in errno if the file can't be had.
+    bool isLocked = false; ///< False on a file system without locks.
+};
+
+OpenedFile openLocked(const QByteArray& path, int flags)
 {
-    const int file = ::open(path.constData(), flags | O_RDWR | O_CLOEXEC, 0666);
+    const int file = ::open(path.constData(), flags | O_RDWR | O_CLOEXEC | O_NOFOLLOW, 0666);
     if (file < 0)
-        return -1;
-    // A file system without locks has none to respect.
-    const bool free = ::flock(file, LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK;
-    if (free && isAt(path, file))
-        return file;
+        return {};
+    const bool isLocked = ::flock(file, LOCK_EX | LOCK_NB) == 0;
+    if ((isLocked || errno != EWOULDBLOCK) && isAt(path, file))
+        return {file, isLocked};
     ::close(file);
     errno = EBUSY;
-    return -1;
+    return {};
 }
 
-void removeLeftBehind(const QDir& folder)
+/// The file, created if it is missing. Another program may be finding out at this moment whether it was left behind, so
+/// one that is taken is tried again for a while.
+int openOwn(const QByteArray& path)
 {
-    const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-leftBehindAfterS);
-    const auto parts = folder.entryInfoList({QStringLiteral(".*.mp4.part")}, QDir::Files | QDir::Hidden);
-    for (const QFileInfo& part : parts) {
-        if (part.lastModified() > before)
-            continue;
-        const QByteArray path = QFile::encodeName(part.filePath());
-        const int file = openLocked(path, 0);
-        if (file < 0)
-            continue;
-        ::unlink(path.constData());
-        ::close(file);
+    constexpr int attempts = 100;
+    constexpr std::chrono::milliseconds pause{2};
+    for (int left = attempts;; --left) {
+        const OpenedFile file = openLocked(path, O_CREAT);
+        if (file.descriptor >= 0 || errno != EBUSY || left == 0)
+            return file.descriptor;
+        std::this_thread::sleep_for(pause);
     }
 }
 
@@ -76,11 +79,26 @@ QString PartFile::pathFor(const QString& finalPath)
 
 Result<std::unique_ptr<PartFile>> PartFile::create(const QString& finalPath)
 {
-    removeLeftBehind(QFileInfo(finalPath).absoluteDir());
-    const int file = openLocked(QFile::encodeName(pathFor(finalPath)), O_CREAT);
+    removeLeftBehind(QFileInfo(finalPath).absolutePath());
+    const int file = openOwn(QFile::encodeName(pathFor(finalPath)));
     if (file < 0)
         return writeFailure(errno, finalPath);
     return std::unique_ptr<PartFile>(new PartFile(finalPath, file));
+}
+
+void PartFile::removeLeftBehind(const QString& folder)
+{
+    const QDateTime before = QDateTime::currentDateTimeUtc().addSecs(-leftBehindAfterS);
+    const auto parts = QDir(folder).entryInfoList({QStringLiteral(".*.mp4.part")}, QDir::Files | QDir::Hidden);
+    for (const QFileInfo& part : parts) {
+        const QByteArray path = QFile::encodeName(part.filePath());
+        const OpenedFile file = openLocked(path, 0);
+        if (file.descriptor < 0)
+            continue;
+        if (file.isLocked || part.lastModified() < before)
+            ::unlink(path.constData());
+        ::close(file.descriptor);
+    }
 }
 
 PartFile::PartFile(const QString& finalPath, int file)

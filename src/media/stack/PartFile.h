@@ -12,12 +12,16 @@ namespace kelmo {
 /// A lock tells the file of a running export from one that a killed program left behind. Owned by one writer.
 class PartFile {
 public:
-    /// Creates an empty file beside `finalPath`. Fails when it can't be written, or when somebody else is writing it.
-    /// Also removes from that folder what was left behind more than a day ago.
+    /// Creates an empty file beside `finalPath`. Fails if it can't be written, or if another writer has it. Also
+    /// removes from that folder what was left behind.
     [[nodiscard]] static Result<std::unique_ptr<PartFile>> create(const QString& finalPath);
     ~PartFile();
     PartFile(const PartFile&) = delete;
     PartFile& operator=(const PartFile&) = delete;
+
+    /// Removes the hidden files in a folder that were left behind by a program that was killed. The lock tells them
+    /// from those that are being written; on a file system without locks they are left behind after a day.
+    static void removeLeftBehind(const QString& folder);
 
     /// Where the part of a file at `finalPath` lies.
     [[nodiscard]] static QString pathFor(const QString& finalPath);

@@ -7,6 +7,13 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <csignal>
+#include <thread>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
 using namespace kelmo;
 
 namespace {
@@ -68,15 +75,64 @@ TEST_F(PartFileTest, createRemovesWhatWasLeftBehindAndNothingElse)
     ASSERT_TRUE(slow.setFileTime(QDateTime::currentDateTime().addDays(-3), QFileDevice::FileModificationTime));
     slow.close();
     write(QStringLiteral(".old.mp4.part"), "half", 25);
-    write(QStringLiteral(".recent.mp4.part"), "half", 23);
+    write(QStringLiteral(".recent.mp4.part"), "half", 0);
     write(QStringLiteral("old.mp4"), "whole", 48);
     write(QStringLiteral(".old.txt"), "somebody's", 48);
+    ASSERT_TRUE(QFile::link(QStringLiteral("old.mp4"), file(QStringLiteral(".link.mp4.part"))));
 
     const Result<std::unique_ptr<PartFile>> next = PartFile::create(file(QStringLiteral("next.mp4")));
     ASSERT_TRUE(next);
     EXPECT_EQ(names(),
-        (QStringList{QStringLiteral(".long.mp4.part"), QStringLiteral(".next.mp4.part"), QStringLiteral(".old.txt"),
-            QStringLiteral(".recent.mp4.part"), QStringLiteral("old.mp4")}));
+        (QStringList{QStringLiteral(".link.mp4.part"), QStringLiteral(".long.mp4.part"),
+            QStringLiteral(".next.mp4.part"), QStringLiteral(".old.txt"), QStringLiteral("old.mp4")}));
+}
+
+TEST_F(PartFileTest, fileOfAnotherProgramIsLeftBehindWhenThatIsKilled)
+{
+    const QString path = file(QStringLiteral("talk.mp4"));
+    int pipe[2];
+    ASSERT_EQ(::pipe(pipe), 0);
+    const pid_t writer = ::fork();
+    if (writer == 0) {
+        const Result<std::unique_ptr<PartFile>> part = PartFile::create(path);
+        const bool created = part.has_value();
+        [[maybe_unused]] const ssize_t told = ::write(pipe[1], &created, 1);
+        for (;;)
+            ::pause();
+    }
+    bool created = false;
+    EXPECT_EQ(::read(pipe[0], &created, 1), 1);
+    EXPECT_TRUE(created);
+    const QStringList part{QStringLiteral(".talk.mp4.part")};
+    PartFile::removeLeftBehind(QFileInfo(path).path());
+    EXPECT_EQ(names(), part) << "it is being written";
+    ::kill(writer, SIGKILL);
+    ::waitpid(writer, nullptr, 0);
+    EXPECT_EQ(names(), part);
+    PartFile::removeLeftBehind(QFileInfo(path).path());
+    EXPECT_EQ(names(), QStringList());
+    ::close(pipe[0]);
+    ::close(pipe[1]);
+}
+
+TEST_F(PartFileTest, createGetsItsFileWhileOthersLookForWhatIsLeftBehind)
+{
+    std::atomic<bool> done = false;
+    std::vector<std::thread> sweepers;
+    for (int i = 0; i < 3; ++i) {
+        sweepers.emplace_back([&] {
+            while (!done)
+                PartFile::removeLeftBehind(QFileInfo(file({})).path());
+        });
+    }
+    for (int i = 0; i < 500; ++i) {
+        const Result<std::unique_ptr<PartFile>> part = PartFile::create(file(QStringLiteral("talk.mp4")));
+        ASSERT_TRUE(part) << i;
+        ASSERT_TRUE((*part)->takeFinalName()) << i;
+    }
+    done = true;
+    for (std::thread& each : sweepers)
+        each.join();
 }
 
 TEST_F(PartFileTest, createOfWhatIsBeingWrittenFailsAndOfWhatWasLeftBehindWorks)
