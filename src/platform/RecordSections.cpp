@@ -5,8 +5,11 @@
 #include "platform/RecordWriter.h"
 
 #include <array>
+#include <atomic>
 #include <cstdio>
+#include <ctime>
 
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace kelmo {
@@ -14,6 +17,45 @@ namespace kelmo {
 namespace {
 
 constexpr int durationDigits = 12;
+
+/// The right to write a section, so that the lines of a crash are never among those of a hang. A crash waits for a hang
+/// that is being written, on another thread that goes on, but not for ever. No locks: a handler of signals uses it.
+class Turn {
+public:
+    enum class IfTaken { Leave, Wait };
+
+    explicit Turn(IfTaken ifTaken)
+    {
+        constexpr timespec pause{0, 1'000'000};
+        constexpr int pauses = 2'000;
+        m_isOurs = take();
+        for (int i = 0; i < pauses && !m_isOurs && ifTaken == IfTaken::Wait && s_owner != self(); ++i) {
+            ::nanosleep(&pause, nullptr);
+            m_isOurs = take();
+        }
+    }
+    ~Turn()
+    {
+        if (m_isOurs)
+            s_owner = 0;
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+
+    [[nodiscard]] bool isOurs() const { return m_isOurs; }
+
+private:
+    static pid_t self() { return static_cast<pid_t>(::syscall(SYS_gettid)); }
+
+    static bool take()
+    {
+        pid_t none = 0;
+        return s_owner.compare_exchange_strong(none, self());
+    }
+
+    static inline std::atomic<pid_t> s_owner = 0; ///< The thread that writes; 0 while none does.
+    bool m_isOurs = false;
+};
 
 // Which program or library a region belongs to, or what the system calls it. Any other file is the user's, and its name
 // nobody's business.
@@ -75,6 +117,7 @@ bool hasFaultAddress(int signal, const siginfo_t& details)
 
 void RecordSections::writeCrash(int file, int signal, const siginfo_t& details, const void* context)
 {
+    const Turn turn(Turn::IfTaken::Wait);
     RecordWriter record(file);
     record.text("crash").endLine();
     record.text("signal ").decimal(signal).endLine();
@@ -97,6 +140,9 @@ void RecordSections::writeCrash(int file, int signal, const siginfo_t& details, 
 
 off_t RecordSections::writeHang(int file, std::int64_t durationMs, const SignalStack& stack)
 {
+    const Turn turn(Turn::IfTaken::Leave);
+    if (!turn.isOurs())
+        return 0;
     RecordWriter record(file);
     record.text("hang").endLine();
     record.text("lasted ");
