@@ -2,9 +2,11 @@
 #include "platform/Home.h"
 #include "platform/PrivateFile.h"
 #include "share/Sharer.h"
+#include "telemetry/Log.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QJsonDocument>
-#include <QSaveFile>
 
 namespace kelmo {
 
@@ -53,7 +55,10 @@ void Sharer::save(const Config& config)
 {
     const QJsonObject object{{QStringLiteral("endpoint"), config.endpoint}, {QStringLiteral("token"), config.token},
         {QStringLiteral("autoShare"), config.autoShare}, {QStringLiteral("quality"), config.quality}};
-    PrivateFile::write(configPath(), QJsonDocument(object).toJson());
+    const QString path = configPath();
+    QDir().mkpath(QFileInfo(path).path());
+    if (!PrivateFile::write(path, QJsonDocument(object).toJson()))
+        Log::line(u"error", QStringLiteral("can't write ") % path);
 }
 
 std::optional<Sharer::Record> Sharer::loadRecord(const Take& take)
@@ -68,12 +73,11 @@ std::optional<Sharer::Record> Sharer::loadRecord(const Take& take)
 // Written out by hand for its order of keys, which is the one that readers of the file are used to.
 void Sharer::saveRecord(const Record& record, const Take& take)
 {
-    QSaveFile file(recordPath(take));
-    if (!file.open(QIODevice::WriteOnly))
-        return;
-    file.write("{\"id\":" + quoted(record.id) + ",\"url\":" + quoted(record.url)
-        + ",\"signature\":" + quoted(record.signature) + "}");
-    file.commit();
+    const QString path = recordPath(take);
+    if (!PrivateFile::write(path,
+            "{\"id\":" + quoted(record.id) + ",\"url\":" + quoted(record.url)
+                + ",\"signature\":" + quoted(record.signature) + "}"))
+        Log::line(u"error", QStringLiteral("can't write ") % path);
 }
 
 } // namespace kelmo

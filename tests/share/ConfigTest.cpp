@@ -119,6 +119,46 @@ TEST_F(ShareConfig, recordIsWrittenInItsOrderAndReadBack)
     EXPECT_EQ(m_sharer->record(), std::nullopt);
 }
 
+TEST_F(ShareConfig, recordReplacesALinkAndLeavesItsTargetAlone)
+{
+    startServer();
+    configure();
+    startSharer();
+    openTake();
+    const QByteArray config = configFile();
+    const QString record = m_takes.file(text("talk_share.json"));
+    const QString victim = m_home.file(text("victim.txt"));
+    const QString missing = m_home.file(text("missing.txt"));
+    m_home.write(text("victim.txt"), "mine");
+    const QStringList names = QDir(m_takes.file({})).entryList(QDir::Files | QDir::Hidden);
+    for (const QString& target : {victim, m_home.file(QString::fromLatin1(path)), missing}) {
+        ASSERT_TRUE(QFile::link(target, record));
+        Sharer::saveRecord({text("1"), text("https://s.example/v/1"), {}}, *m_editor->take());
+        EXPECT_FALSE(QFileInfo(record).isSymLink()) << qPrintable(target);
+        EXPECT_EQ(recordFile().value(u"id").toString(), text("1"));
+        EXPECT_TRUE(QFile::remove(record));
+        EXPECT_EQ(QDir(m_takes.file({})).entryList(QDir::Files | QDir::Hidden), names);
+    }
+    EXPECT_EQ(m_home.read(text("victim.txt")), "mine");
+    EXPECT_EQ(configFile(), config);
+    EXPECT_FALSE(QFile::exists(missing));
+
+    // What is in the way stays, and a folder that is gone stays gone.
+    ASSERT_TRUE(QDir().mkpath(record % text("/inside")));
+    Sharer::saveRecord({text("1"), text("u"), {}}, *m_editor->take());
+    EXPECT_TRUE(QFileInfo(record % text("/inside")).isDir());
+    EXPECT_EQ(QDir(m_takes.file({})).entryList(QDir::Files | QDir::Hidden), names);
+    Take gone = *m_editor->take();
+    gone.dir = QUrl::fromLocalFile(m_home.file(text("gone")));
+    Sharer::saveRecord({text("1"), text("u"), {}}, gone);
+    EXPECT_FALSE(QFile::exists(m_home.file(text("gone"))));
+    // A name that is as long as a name can be.
+    Take longest = *m_editor->take();
+    longest.base = QString(255 - 11, u'x');
+    Sharer::saveRecord({text("7"), text("u"), {}}, longest);
+    EXPECT_EQ(recordFile(longest.base).value(u"id").toString(), text("7"));
+}
+
 TEST_F(ShareConfig, takeJustRecordedIsSharedUnasked)
 {
     startServer();
@@ -135,6 +175,7 @@ TEST_F(ShareConfig, takeJustRecordedIsSharedUnasked)
         return shared;
     };
     EXPECT_FALSE(opened(121, sharing));
+    EXPECT_FALSE(opened(-30, sharing)) << "a date in the future is not new";
     EXPECT_FALSE(opened(10, {m_server->endpoint(), m_token, false}));
     EXPECT_FALSE(opened(10, {m_server->endpoint(), {}, true}));
     const Take take = *m_editor->take();
@@ -142,6 +183,12 @@ TEST_F(ShareConfig, takeJustRecordedIsSharedUnasked)
     EXPECT_FALSE(opened(10, sharing));
     QFile::remove(m_takes.file(text("talk_share.json")));
     EXPECT_FALSE(m_sharer->isUploading());
+    Take linked = take;
+    linked.screenURL = QUrl::fromLocalFile(m_home.write(text("Private/diary.mov"), "diary"));
+    m_takes.age(sync, 10);
+    m_sharer->takeOpened(linked);
+    wait(60);
+    EXPECT_EQ(m_server->book().count(), 0) << "a movie from elsewhere is not published unasked";
 
     m_takes.age(sync, 119);
     m_sharer->takeOpened(take);
