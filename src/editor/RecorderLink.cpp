@@ -2,15 +2,11 @@
 
 #include "telemetry/Log.h"
 
-#include <QNetworkReply>
-#include <QNetworkRequest>
-
 namespace kelmo {
 
 namespace {
 
 constexpr int recorderPort = 43120;
-constexpr int timeoutMs = 120'000;
 
 } // namespace
 
@@ -22,17 +18,10 @@ void RecorderLink::requestAlign(const QString& base)
     url.setPort(recorderPort);
     url.setPath(QStringLiteral("/align"));
     url.setQuery(QString::fromLatin1("take=" + QUrl::toPercentEncoding(base)));
-    QNetworkRequest request(url);
-    request.setRawHeader("X-Kelmo", "1");
-    request.setTransferTimeout(timeoutMs);
-
     Log::line(u"align", QStringLiteral("asking the recorder to align ") % base);
-    QNetworkReply* reply = m_network.post(request, QByteArray());
-    QObject::connect(reply, &QNetworkReply::finished, reply, [reply] {
-        const bool answered = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).isValid();
-        if (reply->error() != QNetworkReply::NoError && !answered)
-            Log::line(u"align", QStringLiteral("recorder align request failed: ") % reply->errorString());
-        reply->deleteLater();
+    m_client.send({url, "POST", {{"X-Kelmo", "1"}}}).then(&m_client, [](const Result<HttpAnswer>& answer) {
+        if (!answer && answer.error() != HttpClient::cancellation())
+            Log::line(u"align", QStringLiteral("recorder align request failed: ") % answer.error().description);
     });
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QNetworkAccessManager>
+#include "platform/HttpClient.h"
 
 namespace kelmo {
 
@@ -11,7 +11,7 @@ public:
     void requestAlign(const QString& base);
 
 private:
-    QNetworkAccessManager m_network;
+    HttpClient m_client{std::chrono::minutes(2)};
 };
 
 } // namespace kelmo

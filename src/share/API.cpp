@@ -4,6 +4,8 @@
 #include <QCoroTimer>
 #include <QJsonDocument>
 
+#include <algorithm>
+
 namespace kelmo {
 
 namespace {
@@ -21,6 +23,9 @@ QString withoutToken(QString text, const QString& token)
 {
     return token.isEmpty() ? text : text.replace(token, QStringLiteral("…"));
 }
+
+/// The file that was to be sent is at fault, so trying again is no use.
+bool isUnreadable(const Error& error) { return error.domain == QStringLiteral("File"); }
 
 Error refusal(const API& api, const HttpAnswer& answer)
 {
@@ -40,21 +45,30 @@ Error refusal(const API& api, const HttpAnswer& answer)
     return shareFailure(answer.status, message).value();
 }
 
+tl::unexpected<Error> unanswered(const Error& error)
+{
+    if (error == HttpClient::cancellation())
+        return shareCancelled();
+    if (isUnreadable(error))
+        return tl::unexpected(error);
+    return failure(error.domain, error.code, QStringLiteral("Can’t reach the share server: ") % error.description);
+}
+
 // The values are the coroutine's own, because the API that it was asked of may be gone when the answer comes.
-QCoro::Task<Result<QJsonObject>> sendOf(API api, API::Request request)
+QCoro::Task<Result<QJsonObject>> sendOf(API api, HttpRequest request)
 {
     if (!api.client)
         co_return shareCancelled();
-    const QFuture<Result<HttpAnswer>> answering = api.client->send(request.head, request.method, request.body);
+    const QFuture<Result<HttpAnswer>> answering = api.client->send(std::move(request));
     const Result<HttpAnswer> answer = co_await answering;
     if (!answer)
-        co_return tl::unexpected(answer.error());
+        co_return unanswered(answer.error());
     if (answer->status < 200 || answer->status > 299)
         co_return tl::unexpected(refusal(api, *answer));
     co_return QJsonDocument::fromJson(answer->body).object();
 }
 
-QCoro::Task<Result<QJsonObject>> sendOf(API api, Result<API::Request> request)
+QCoro::Task<Result<QJsonObject>> sendOf(API api, Result<HttpRequest> request)
 {
     if (!request)
         co_return tl::unexpected(request.error());
@@ -62,21 +76,21 @@ QCoro::Task<Result<QJsonObject>> sendOf(API api, Result<API::Request> request)
     co_return co_await sending;
 }
 
-Result<API::Request> withBody(Result<API::Request> request, const QByteArray& contentType, const QByteArray& body)
+Result<HttpRequest> withBody(Result<HttpRequest> request, const QByteArray& contentType, const HttpBody& body)
 {
     if (request) {
-        request->head.setHeader(QNetworkRequest::ContentTypeHeader, contentType);
+        request->headers.push_back({"Content-Type", contentType});
         request->body = body;
     }
     return request;
 }
 
-QCoro::Task<Result<QJsonObject>> putPartOf(API api, QString path, QByteArray data, SharePace pace)
+QCoro::Task<Result<QJsonObject>> putPartOf(API api, QString path, HttpBody part, SharePace pace)
 {
     for (int attempt = 1;; ++attempt) {
-        QCoro::Task<Result<QJsonObject>> sending = api.put(path, "application/octet-stream", data);
+        QCoro::Task<Result<QJsonObject>> sending = api.put(path, "application/octet-stream", part);
         const Result<QJsonObject> reply = co_await sending;
-        if (reply || attempt == partAttempts || !api.client || api.client->isAborted())
+        if (reply || attempt == partAttempts || isUnreadable(reply.error()) || !api.client || api.client->isAborted())
             co_return reply;
         QTimer wait;
         wait.setTimerType(Qt::PreciseTimer);
@@ -93,36 +107,54 @@ tl::unexpected<Error> shareFailure(int code, const QString& description)
     return failure(QStringLiteral("Share"), code, description);
 }
 
-Result<API::Request> API::request(const QString& path, const QByteArray& method) const
+tl::unexpected<Error> shareCancelled()
+{
+    const Error cancelled = HttpClient::cancellation();
+    return failure(cancelled.domain, cancelled.code, QStringLiteral("The share was cancelled"));
+}
+
+// "." and ".." would be taken for steps through the server's folders however they are written.
+bool API::isUsableId(const QString& id)
+{
+    const bool isPlain
+        = std::none_of(id.begin(), id.end(), [](QChar each) { return each.category() == QChar::Other_Control; });
+    return isPlain && !id.isEmpty() && id != QStringLiteral(".") && id != QStringLiteral("..") && id.isValidUtf16();
+}
+
+QString API::sharePath(const QString& id, const QString& below)
+{
+    return QStringLiteral("/api/shares/") % QString::fromLatin1(QUrl::toPercentEncoding(id)) % QStringLiteral("/")
+        % below;
+}
+
+Result<HttpRequest> API::request(const QString& path, const QByteArray& method) const
 {
     const QUrl url(endpoint % path, QUrl::StrictMode);
     const bool onTheWeb = url.scheme() == QStringLiteral("https") || url.scheme() == QStringLiteral("http");
     if (!url.isValid() || !onTheWeb || url.host().isEmpty())
         return shareFailure(0, QStringLiteral("The share server’s address is not valid: ") % endpoint);
-    Request request{QNetworkRequest(url), method, {}};
-    request.head.setRawHeader("Authorization", "Bearer " + token.toUtf8());
-    return request;
+    // The authorization is for this server alone, so no redirection is followed.
+    return HttpRequest{url, method, {{"Authorization", "Bearer " + token.toUtf8()}}};
 }
 
-QCoro::Task<Result<QJsonObject>> API::send(Request request) const { return sendOf(*this, std::move(request)); }
+QCoro::Task<Result<QJsonObject>> API::send(HttpRequest request) const { return sendOf(*this, std::move(request)); }
 
 QCoro::Task<Result<QJsonObject>> API::post(const QString& path, const QJsonObject& body) const
 {
-    return sendOf(
-        *this, withBody(request(path, "POST"), "application/json", QJsonDocument(body).toJson(QJsonDocument::Compact)));
+    return sendOf(*this,
+        withBody(request(path, "POST"), "application/json", {QJsonDocument(body).toJson(QJsonDocument::Compact)}));
 }
 
 QCoro::Task<Result<QJsonObject>> API::put(
-    const QString& path, const QByteArray& contentType, const QByteArray& body) const
+    const QString& path, const QByteArray& contentType, const HttpBody& body) const
 {
     return sendOf(*this, withBody(request(path, "PUT"), contentType, body));
 }
 
 QCoro::Task<Result<QJsonObject>> API::putPart(
-    const QString& id, qint64 n, const QByteArray& data, const SharePace& pace) const
+    const QString& id, qint64 n, const HttpBody& part, const SharePace& pace) const
 {
-    return putPartOf(
-        *this, QStringLiteral("/api/shares/") % id % QStringLiteral("/parts/") % QString::number(n), data, pace);
+    return putPartOf(*this, sharePath(id, QStringLiteral("parts/") % QString::number(n)), part, pace);
 }
 
 } // namespace kelmo

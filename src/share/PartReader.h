@@ -1,34 +1,28 @@
 #pragma once
 
-#include "platform/Error.h"
-
-#include <QFile>
-
-#include <memory>
+#include "platform/HttpRequest.h"
 
 namespace kelmo {
 
-/// Cuts a file into numbered parts and reads one at a time, always into the same memory: fresh pages for every part
-/// would cost more than reading it. Owned by who sends them; any thread, one at a time. The file is closed with it.
+/// Cuts a file into numbered parts, each a stretch of it that is read while it is sent. Owned by who sends them; any
+/// thread, one at a time. The file stays open as long as a part of it is used.
 class PartReader {
 public:
     /// Requires: `partSize` is at least 1, in bytes.
-    [[nodiscard]] static Result<std::unique_ptr<PartReader>> open(const QString& path, qint64 partSize);
+    [[nodiscard]] static Result<PartReader> open(const QString& path, qint64 partSize);
 
     [[nodiscard]] qint64 size() const { return m_size; } ///< Of the file when it was opened, in bytes.
     [[nodiscard]] qint64 count() const; ///< Of parts; an empty file is one empty part.
 
-    /// Part `n`, from 1; empty at and past the end of the file. The bytes stay here and are good until the next call.
-    [[nodiscard]] Result<QByteArray> part(qint64 n);
+    /// Part `n`, from 1; empty at and past the end of the file.
+    [[nodiscard]] HttpBody part(qint64 n) const;
 
 private:
-    PartReader(const QString& path, qint64 partSize);
-    [[nodiscard]] tl::unexpected<Error> unreadable() const;
+    PartReader(std::shared_ptr<const QFile> file, qint64 partSize);
 
-    QFile m_file;
-    const qint64 m_partSize;
-    qint64 m_size = 0;
-    QByteArray m_bytes;
+    std::shared_ptr<const QFile> m_file;
+    qint64 m_partSize;
+    qint64 m_size;
 };
 
 } // namespace kelmo

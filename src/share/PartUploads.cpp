@@ -1,46 +1,41 @@
 #include "share/PartUploads.h"
 
-#include "share/PartReader.h"
-
-#include <QCoreApplication>
 #include <QCoroFuture>
-#include <QtConcurrent>
 
 namespace kelmo {
 
 namespace {
 
-constexpr int threads = 2;
-constexpr int lanesOfThread = 2;
+constexpr int lanes = 4;
+
+API through(API api, HttpClient& client)
+{
+    api.client = &client;
+    return api;
+}
 
 } // namespace
 
 PartUploads::PartUploads(API api, QString id, qint64 partSize, const SharePace& pace)
-    : m_api(std::move(api))
+    : m_client(pace.requestTimeout)
+    , m_api(through(std::move(api), m_client))
     , m_id(std::move(id))
     , m_partSize(partSize)
     , m_pace(pace)
 {
-    m_threads.setMaxThreadCount(threads);
 }
-
-PartUploads::~PartUploads() { abort(); }
 
 QCoro::Task<Result<QJsonArray>> PartUploads::run(QString path)
 {
-    m_path = std::move(path);
-    const Result<std::unique_ptr<PartReader>> file = PartReader::open(m_path, m_partSize);
+    const Result<PartReader> file = PartReader::open(path, m_partSize);
     if (!file)
         co_return tl::unexpected(file.error());
-    m_count = (*file)->count();
-    std::vector<QFuture<void>> sending;
-    sending.reserve(threads);
-    for (int i = 0; i < threads; ++i)
-        sending.push_back(QtConcurrent::run(&m_threads, &PartUploads::send, this));
-    for (const QFuture<void>& each : sending)
+    std::vector<QCoro::Task<void>> sending;
+    sending.reserve(lanes);
+    for (int i = 0; i < lanes; ++i)
+        sending.push_back(lane(*file));
+    for (const QCoro::Task<void>& each : sending)
         co_await each;
-    // What the threads told last may still be on its way.
-    QCoreApplication::sendPostedEvents(this, QEvent::MetaCall);
     if (m_error)
         co_return tl::unexpected(*m_error);
     co_return m_replies;
@@ -48,72 +43,30 @@ QCoro::Task<Result<QJsonArray>> PartUploads::run(QString path)
 
 void PartUploads::abort()
 {
-    fail(shareCancelled().value());
-    m_threads.waitForDone();
-}
-
-void PartUploads::send()
-{
-    HttpClient client(m_pace.requestTimeout);
-    connect(this, &PartUploads::failed, &client, &HttpClient::abort);
-    API api = m_api;
-    api.client = &client;
-    std::vector<QCoro::Task<void>> lanes;
-    lanes.reserve(lanesOfThread);
-    for (int i = 0; i < lanesOfThread; ++i)
-        lanes.push_back(lane(api));
-    for (const QCoro::Task<void>& each : lanes)
-        QCoro::waitFor(each);
+    if (!m_error)
+        m_error = shareCancelled().value();
+    m_client.abort();
 }
 
 // Takes the next part as soon as its last one is there, so that as many are under way as there are lanes.
-QCoro::Task<void> PartUploads::lane(API api)
+QCoro::Task<void> PartUploads::lane(PartReader reader)
 {
-    const Result<std::unique_ptr<PartReader>> reader = PartReader::open(m_path, m_partSize);
-    if (!reader)
-        fail(reader.error());
-    while (const std::optional<qint64> n = next()) {
-        const Result<QByteArray> bytes = (*reader)->part(*n);
-        if (!bytes) {
-            fail(bytes.error());
-            co_return;
-        }
-        QCoro::Task<Result<QJsonObject>> putting = api.putPart(m_id, *n, *bytes, m_pace);
+    while (!m_error && m_next <= reader.count()) {
+        const qint64 n = m_next++;
+        const HttpBody part = reader.part(n);
+        QCoro::Task<Result<QJsonObject>> putting = m_api.putPart(m_id, n, part, m_pace);
         const Result<QJsonObject> reply = co_await putting;
+        if (m_error)
+            co_return;
         if (!reply) {
-            fail(reply.error());
+            m_error = reply.error();
+            m_client.abort();
             co_return;
         }
-        keep(*reply, bytes->size());
+        m_replies.append(*reply);
+        m_sent += part.size();
+        Q_EMIT sent(m_sent);
     }
-}
-
-std::optional<qint64> PartUploads::next()
-{
-    const std::lock_guard lock(m_mutex);
-    if (m_error || m_next > m_count)
-        return std::nullopt;
-    return m_next++;
-}
-
-void PartUploads::keep(const QJsonObject& reply, qint64 bytes)
-{
-    const std::lock_guard lock(m_mutex);
-    m_replies.append(reply);
-    m_sent += bytes;
-    QMetaObject::invokeMethod(
-        this, [this, bytesSent = m_sent] { Q_EMIT sent(bytesSent); }, Qt::QueuedConnection);
-}
-
-void PartUploads::fail(const Error& error)
-{
-    {
-        const std::lock_guard lock(m_mutex);
-        if (m_error)
-            return;
-        m_error = error;
-    }
-    Q_EMIT failed();
 }
 
 } // namespace kelmo

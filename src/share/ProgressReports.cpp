@@ -6,7 +6,7 @@ namespace kelmo {
 
 ProgressReports::ProgressReports(API api, const QString& id)
     : m_api(std::move(api))
-    , m_path(QStringLiteral("/api/shares/") % id % QStringLiteral("/progress"))
+    , m_path(API::sharePath(id, QStringLiteral("progress")))
 {
     m_patience.setSingleShot(true);
     connect(&m_patience, &QTimer::timeout, this, &ProgressReports::giveUp);

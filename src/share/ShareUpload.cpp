@@ -115,7 +115,7 @@ QCoro::Task<void> ShareUpload::sendPoster(std::shared_ptr<const Built> edit)
         co_return;
     QCoro::Task<Result<QJsonObject>> sending
         = through(m_order.api, m_client)
-              .put(QStringLiteral("/api/shares/") % m_order.id % QStringLiteral("/poster"), "image/jpeg", jpeg);
+              .put(API::sharePath(m_order.id, QStringLiteral("poster")), "image/jpeg", {jpeg});
     co_await sending;
 }
 
@@ -131,12 +131,9 @@ QCoro::Task<Result<void>> ShareUpload::sendVideo(QString path)
     // A report that arrives after the completion would put the page back to "uploading".
     QCoro::Task<void> settling = m_reports.settle(m_pace.lastReport);
     co_await settling;
-    // Nothing has come through this connection during the upload, and what lies between may have forgotten it since.
-    m_client.forgetConnections();
     QCoro::Task<Result<QJsonObject>> completing
         = through(m_order.api, m_client)
-              .post(QStringLiteral("/api/shares/") % m_order.id % QStringLiteral("/complete"),
-                  {{QStringLiteral("parts"), *replies}});
+              .post(API::sharePath(m_order.id, QStringLiteral("complete")), {{QStringLiteral("parts"), *replies}});
     const Result<QJsonObject> completed = co_await completing;
     if (!completed)
         co_return tl::unexpected(completed.error());

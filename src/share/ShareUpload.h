@@ -31,7 +31,7 @@ public:
     /// Tells the page that nothing will come.
     [[nodiscard]] QCoro::Task<void> reportFailure();
 
-    void abort(); ///< Waits until no part is under way.
+    void abort();
 
 Q_SIGNALS:
     void moved(const QString& phase, double progress); ///< `progress` is from 0 to 1, over all.

@@ -121,6 +121,7 @@ private:
     QCoro::Task<void> runUpload(
         Upload upload, std::shared_ptr<ShareUpload> work, std::optional<Upload> previous, Outcome outcome);
     QCoro::Task<Result<void>> perform(Upload upload, std::shared_ptr<ShareUpload> work);
+    static void logFailure(const Error& error);
     void keepSignature(const Upload& upload, const QString& signature);
     void endUpload(const Upload& upload);
 

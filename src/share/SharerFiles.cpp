@@ -65,7 +65,8 @@ std::optional<Sharer::Record> Sharer::loadRecord(const Take& take)
 {
     const std::optional<QJsonObject> object = JsonFile::readObject(recordPath(take));
     const auto texts = object ? strings<3>(*object, {u"id", u"url", u"signature"}) : std::nullopt;
-    if (!texts)
+    // A take from elsewhere may bring any record along.
+    if (!texts || !API::isUsableId((*texts)[0]))
         return std::nullopt;
     return Record{(*texts)[0], (*texts)[1], (*texts)[2]};
 }

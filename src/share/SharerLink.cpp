@@ -22,6 +22,13 @@ bool isLost(const Error& error)
     return error.domain == QStringLiteral("Share") && (error.code == 403 || error.code == 404);
 }
 
+/// A line that can be copied and logged.
+bool isLink(const QString& url)
+{
+    return !url.isEmpty()
+        && std::none_of(url.begin(), url.end(), [](QChar each) { return each.category() == QChar::Other_Control; });
+}
+
 /// What the server asks for, unless it makes no sense.
 qint64 partSizeFrom(const QJsonObject& reply)
 {
@@ -88,8 +95,11 @@ QCoro::Task<Result<QString>> Sharer::share(bool waitForUpload, Caller caller)
     if (!self)
         co_return shareCancelled();
     const std::optional<Error> refusal = whyNotShared(asked);
-    if (refusal)
+    if (refusal) {
+        if (caller == Caller::BackgroundUpdate)
+            logFailure(*refusal); // Nobody hears of it, and the link was copied already.
         co_return tl::unexpected(*refusal);
+    }
     const double startedMs = MonotonicClock::nowMs();
     assign(m_lastError, std::nullopt);
     if (m_record && caller == Caller::User) {
@@ -150,7 +160,7 @@ API Sharer::api()
 {
     const Credentials given = credentials().value_or(Credentials());
     API server{given.endpoint, given.token.trimmed(), m_account.has_value(), &m_client};
-    if (server.endpoint.endsWith(QLatin1Char('/')))
+    if (server.endpoint.endsWith(QLatin1Char('/')) && !server.endpoint.endsWith(QStringLiteral("://")))
         server.endpoint.chop(1);
     return server;
 }
@@ -172,7 +182,7 @@ QCoro::Task<Result<Sharer::Link>> Sharer::requestLink(Take take, API api, double
     assign(m_phase, record ? QStringLiteral("Updating…") : QStringLiteral("Creating link…"));
     assign(m_progress, 0);
     if (record) {
-        const QString path = QStringLiteral("/api/shares/") % record->id % QStringLiteral("/versions");
+        const QString path = API::sharePath(record->id, QStringLiteral("versions"));
         QCoro::Task<Result<QJsonObject>> posting = api.post(path, description(take));
         const Result<QJsonObject> reply = co_await posting;
         if (!self)
@@ -212,8 +222,10 @@ QCoro::Task<Result<Sharer::Link>> Sharer::createLink(Take take, API api, double 
     if (!reply)
         co_return tl::unexpected(reply.error());
     const Record record{reply->value(u"id").toString(), reply->value(u"url").toString(), {}};
-    if (record.id.isEmpty() || record.url.isEmpty())
+    if (record.id.isEmpty() || !isLink(record.url))
         co_return shareFailure(shareError, QStringLiteral("Bad response from the share server"));
+    if (!API::isUsableId(record.id))
+        co_return shareFailure(shareError, QStringLiteral("The share server gave the link an id that can’t be used"));
     saveRecord(record, take);
     if (!self)
         co_return shareCancelled();
@@ -240,6 +252,7 @@ void Sharer::endLinkRequest(const Result<Link>& link)
     assign(m_phase, std::nullopt);
     assign(m_progress, std::nullopt);
     assign(m_lastError, userText(link.error()));
+    logFailure(link.error());
 }
 
 } // namespace kelmo

@@ -79,10 +79,12 @@ QCoro::Task<Result<void>> Sharer::perform(Upload upload, std::shared_ptr<ShareUp
         assign(m_lastError, userText(uploaded.error()));
         QCoro::Task<void> reporting = work->reportFailure();
         co_await reporting;
-        Log::line(u"share", QStringLiteral("failed: ") % logText(uploaded.error()));
+        logFailure(uploaded.error());
     }
     co_return uploaded;
 }
+
+void Sharer::logFailure(const Error& error) { Log::line(u"share", QStringLiteral("failed: ") % logText(error)); }
 
 void Sharer::keepSignature(const Upload& upload, const QString& signature)
 {

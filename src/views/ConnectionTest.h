@@ -1,11 +1,8 @@
 #pragma once
 
-#include <QNetworkAccessManager>
-#include <QPointer>
+#include "platform/HttpClient.h"
 
 #include <functional>
-
-class QNetworkReply;
 
 namespace kelmo {
 
@@ -14,15 +11,14 @@ class ConnectionTest : public QObject {
     Q_OBJECT
 
 public:
-    using QObject::QObject;
+    explicit ConnectionTest(QObject* parent = nullptr);
 
     /// Asks the server at `endpoint` itself; `report` is called with a line for the user now and when the answer is
     /// known. A newer test replaces one that is under way. Does nothing when `endpoint` is no URL.
     void run(const QString& endpoint, std::function<void(const QString& status)> report);
 
 private:
-    QNetworkAccessManager m_network;
-    QPointer<QNetworkReply> m_reply;
+    HttpClient m_client;
 };
 
 } // namespace kelmo

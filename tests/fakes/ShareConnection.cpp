@@ -49,8 +49,12 @@ ShareServer::Connection::Connection(ShareServer& server, int socket)
 void ShareServer::Connection::run()
 {
     Request request;
-    while (readHead(request) && serve(request))
+    for (bool goesOn = readHead(request); goesOn; goesOn = goesOn && readHead(request)) {
+        goesOn = serve(request);
+        if (request.path.contains("/parts/"))
+            ++m_server.m_answeredParts;
         request = Request();
+    }
 }
 
 bool ShareServer::Connection::read()
@@ -126,13 +130,18 @@ bool ShareServer::Connection::serve(Request& request)
             return true;
         });
     }
+    constexpr std::chrono::milliseconds gateLook{2};
+    while (goesOn && handling.gate && !*handling.gate)
+        goesOn = waits(gateLook);
     if (goesOn && handling.fault == Fault::Slow)
         goesOn = waits(handling.delay);
     if (isPart)
         m_server.endPart(m_socket);
     if (!goesOn)
         return false;
-    if (handling.fault != Fault::None && handling.fault != Fault::Slow && handling.fault != Fault::LoseReply
+    if (handling.fault == Fault::Processing)
+        goesOn = write("HTTP/1.1 102 Processing\r\n\r\nHTTP/1.1 103 Early Hints\r\nLink: </a>\r\n\r\n");
+    else if (handling.fault != Fault::None && handling.fault != Fault::Slow && handling.fault != Fault::LoseReply
         && handling.fault != Fault::CutReply)
         return spoil(handling);
     if (request.method == "GET")
@@ -161,6 +170,12 @@ bool ShareServer::Connection::spoil(const Handling& handling)
     }
     case Fault::Silent:
         return waits(std::chrono::hours(1)) && false;
+    case Fault::EndlessHead: {
+        constexpr std::chrono::milliseconds pause{20};
+        for (bool goesOn = write("HTTP/1.1 200 OK\r\n"); goesOn && waits(pause);)
+            goesOn = write("X-More: to come\r\n");
+        return false;
+    }
     default:
         return false;
     }

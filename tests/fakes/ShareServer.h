@@ -26,6 +26,8 @@ public:
         Garbage, ///< Answers what is no HTTP.
         Slow, ///< Waits for `delay` before it does what it is asked.
         Silent, ///< Never answers.
+        Processing, ///< Says twice that it is still at work, and then does what it is asked.
+        EndlessHead, ///< Answers one header after another, without end.
     };
 
     struct Handling {
@@ -33,6 +35,7 @@ public:
         int status = 500;
         QByteArray body = {};
         std::chrono::milliseconds delay{0};
+        std::shared_ptr<const std::atomic<bool>> gate = nullptr; ///< The request is handled once this is true.
     };
 
     struct Request {
@@ -67,6 +70,7 @@ public:
     [[nodiscard]] std::vector<Request> requests() const;
     /// How many of the requests so far begin with this method and path.
     [[nodiscard]] int count(const QByteArray& method, const QByteArray& path) const;
+    [[nodiscard]] int answeredParts() const { return m_answeredParts; }
     [[nodiscard]] int mostPartsAtOnce() const { return m_mostPartsAtOnce; }
 
 private:
@@ -89,6 +93,7 @@ private:
     std::set<int> m_sockets;
     std::set<int> m_partSockets;
     std::atomic<int> m_mostPartsAtOnce = 0;
+    std::atomic<int> m_answeredParts = 0;
     std::atomic<bool> m_stopping = false;
     std::vector<std::thread> m_threads;
     std::thread m_accepting;

@@ -117,7 +117,7 @@ TEST_F(APITest, abortEndsWhatIsUnderWayAndWhatComesAfter)
     const Result<QJsonObject> cancelled = QCoro::waitFor(pending);
     ASSERT_FALSE(cancelled);
     EXPECT_EQ(cancelled.error(), shareCancelled().value());
-    QCoro::Task<Result<QJsonObject>> later = api().putPart(text("1"), 1, "x", {});
+    QCoro::Task<Result<QJsonObject>> later = api().putPart(text("1"), 1, {"x"}, {});
     EXPECT_EQ(QCoro::waitFor(later), cancelled);
 }
 
@@ -126,7 +126,7 @@ TEST_F(APITest, abortEndsTheWaitBetweenTwoAttempts)
     m_server->setScript([](const ShareServer::Request&) { return Handling{Fault::Status, 500}; });
     SharePace pace;
     pace.retryWait = std::chrono::hours(1);
-    QCoro::Task<Result<QJsonObject>> putting = api().putPart(text("1"), 1, "x", pace);
+    QCoro::Task<Result<QJsonObject>> putting = api().putPart(text("1"), 1, {"x"}, pace);
     QTimer poll;
     QObject::connect(&poll, &QTimer::timeout, [&] {
         if (m_server->requests().size() == 1)
@@ -161,6 +161,56 @@ TEST_F(APITest, partUploadsEndAtOnceWhenAborted)
     EXPECT_EQ(QCoro::waitFor(later), cancelled);
 }
 
+TEST_F(APITest, partsOfAFileThatShrinksMeanwhileAreNoSilentLoss)
+{
+    QFile file(m_folder.filePath(text("movie.mp4")));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray(3'000'000, 'x'));
+    file.close();
+    PartUploads uploads(api(), text("1"), 1'000'000, {});
+    QCoro::Task<Result<QJsonArray>> running = uploads.run(file.fileName());
+    ASSERT_TRUE(QFile::resize(file.fileName(), 10));
+    const Result<QJsonArray> failed = QCoro::waitFor(running);
+    ASSERT_FALSE(failed);
+    EXPECT_EQ(failed.error().description, text("Can’t read movie.mp4: it has become shorter"));
+}
+
+TEST_F(APITest, interimAnswersAreNotTheAnswer)
+{
+    const Result<QJsonObject> created = [&] {
+        m_server->setScript([](const ShareServer::Request&) { return Handling{Fault::Processing}; });
+        QCoro::Task<Result<QJsonObject>> posting
+            = api().post(text("/api/shares"), {{text("title"), text("a")}, {text("durationMs"), 1}});
+        return QCoro::waitFor(posting);
+    }();
+    ASSERT_TRUE(created) << qPrintable(userText(created.error()));
+    EXPECT_EQ(created->value(u"id").toString(), text("1"));
+}
+
+TEST_F(APITest, idsStayOneStepOfThePath)
+{
+    const struct {
+        const char* id;
+        QByteArray path;
+    } cases[] = {
+        {"a1-_~", "/api/shares/a1-_~/progress"},
+        {"../x", "/api/shares/..%2Fx/progress"},
+        {"a/b?c#d e", "/api/shares/a%2Fb%3Fc%23d%20e/progress"},
+        {"100%", "/api/shares/100%25/progress"},
+        {"%2e%2e", "/api/shares/%252e%252e/progress"},
+        {"ü\\", "/api/shares/%C3%BC%5C/progress"},
+        {"...", "/api/shares/.../progress"},
+    };
+    for (const auto& each : cases) {
+        EXPECT_TRUE(API::isUsableId(text(each.id)));
+        QCoro::Task<Result<QJsonObject>> posting = api().post(API::sharePath(text(each.id), text("progress")), {});
+        [[maybe_unused]] const Result<QJsonObject> refused = QCoro::waitFor(posting);
+        EXPECT_EQ(m_server->requests().back().path.constData(), each.path);
+    }
+    for (const QString& id : {QString(), text("."), text(".."), text("a\nb"), text("\u0085"), QString(QChar(0xD800))})
+        EXPECT_FALSE(API::isUsableId(id)) << qPrintable(id);
+}
+
 TEST(PartReader, partCutsTheFileIntoNumberedParts)
 {
     const QTemporaryDir folder;
@@ -172,23 +222,24 @@ TEST(PartReader, partCutsTheFileIntoNumberedParts)
         file.close();
         return PartReader::open(path, partSize).value();
     };
-    const auto three = reader("abcdefgh", 3);
-    EXPECT_EQ(three->count(), 3);
-    EXPECT_EQ(three->part(3), QByteArray("gh"));
-    EXPECT_EQ(three->part(1), QByteArray("abc"));
-    EXPECT_EQ(three->part(2), QByteArray("def"));
-    EXPECT_EQ(three->part(4), QByteArray());
-    EXPECT_EQ(reader("abcdef", 3)->count(), 2);
-    EXPECT_EQ(reader("", 3)->count(), 1);
-    EXPECT_EQ(reader("", 3)->part(1), QByteArray());
-    EXPECT_EQ(reader("abc", std::numeric_limits<qint64>::max())->part(1), QByteArray("abc"));
-    const auto oneMore = reader(QByteArray(16'777'217, 'x'), API::usualPartSize);
-    EXPECT_EQ(oneMore->count(), 2);
-    EXPECT_EQ(oneMore->part(2), QByteArray("x"));
+    const auto stretch = [](const HttpBody& part) {
+        EXPECT_EQ(part.bytes, QByteArray());
+        return part.file ? std::pair(part.offset, part.length) : std::pair<qint64, qint64>(-1, part.size());
+    };
+    const PartReader three = reader("abcdefgh", 3);
+    EXPECT_EQ(three.count(), 3);
+    EXPECT_EQ(stretch(three.part(3)), std::pair(6LL, 2LL));
+    EXPECT_EQ(stretch(three.part(1)), std::pair(0LL, 3LL));
+    EXPECT_EQ(stretch(three.part(2)), std::pair(3LL, 3LL));
+    EXPECT_EQ(stretch(three.part(4)), std::pair(-1LL, 0LL));
+    EXPECT_EQ(reader("abcdef", 3).count(), 2);
+    EXPECT_EQ(reader("", 3).count(), 1);
+    EXPECT_EQ(reader("", 3).part(1).size(), 0);
+    EXPECT_EQ(stretch(reader("abc", std::numeric_limits<qint64>::max()).part(1)), std::pair(0LL, 3LL));
+    const PartReader oneMore = reader(QByteArray(16'777'217, 'x'), API::usualPartSize);
+    EXPECT_EQ(oneMore.count(), 2);
+    EXPECT_EQ(stretch(oneMore.part(2)), std::pair(16'777'216LL, 1LL));
 
-    // A file that shrinks meanwhile is no silent loss.
-    QFile::resize(path, 100);
-    EXPECT_FALSE(oneMore->part(1));
     QFile::remove(path);
     const auto missing = PartReader::open(path, 3);
     ASSERT_FALSE(missing);

@@ -85,6 +85,9 @@ TEST_F(ShareFailure, linkThatCannotBeMadeIsOneSentenceAndNoRecord)
         {{Fault::Status, 200, "garbage"}, "Bad response from the share server"},
         {{Fault::Status, 200, R"({"id":7,"url":"x"})"}, "Bad response from the share server"},
         {{Fault::Status, 200, R"({"id":"7"})"}, "Bad response from the share server"},
+        {{Fault::Status, 200, R"({"id":"..","url":"https://s/v"})"},
+            "The share server gave the link an id that can’t be used"},
+        {{Fault::Status, 200, R"({"id":"7","url":"https://s\nforged"})"}, "Bad response from the share server"},
         {{Fault::Status, 401, R"({"message":"no"})"}, "The share server rejected the token — check Settings."},
         {{Fault::Status, 402, R"({"message":"Pay first"})"}, "Pay first"},
         {{Fault::Status, 500, "sorry"}, "Share server error 500: sorry"},
@@ -102,12 +105,17 @@ TEST_F(ShareFailure, linkThatCannotBeMadeIsOneSentenceAndNoRecord)
         ASSERT_FALSE(refused) << each.message;
         EXPECT_TRUE(userText(refused.error()).startsWith(text(each.message))) << qPrintable(userText(refused.error()));
         EXPECT_EQ(m_sharer->lastError(), userText(refused.error()));
+        EXPECT_TRUE(shareLog().contains(QString(text("failed: ") % logText(refused.error()))));
         EXPECT_EQ(m_sharer->phase(), std::nullopt);
         EXPECT_EQ(m_sharer->progress(), std::nullopt);
         EXPECT_EQ(m_sharer->record(), std::nullopt);
         EXPECT_EQ(m_server->requests().size(), before + 1) << "a request is made once: " << each.message;
     }
     EXPECT_TRUE(recordFile().isEmpty());
+    m_sharer->setConfig(Sharer::Config{text("http://"), m_token, false});
+    ASSERT_FALSE(share(false));
+    EXPECT_EQ(m_sharer->lastError(), text("The share server’s address is not valid: http://"));
+    m_sharer->setConfig(Sharer::Config{m_server->endpoint() % text("/"), m_token, false});
     m_server->setScript({});
     ASSERT_TRUE(share(true));
     EXPECT_EQ(m_server->book().count(), 1);
@@ -157,22 +165,93 @@ TEST_F(ShareFailure, failedUploadKeepsTheOldSignatureTellsTheServerAndCanBeRepea
 
 TEST_F(ShareFailure, partThatArrivedWhileTheWindowWasBusyIsNotShownAfterTheFailure)
 {
-    startAll(1000);
-    answer("/parts/2", 507, R"({"message":"No room"})");
-    bool away = false;
-    QObject::connect(m_sharer.get(), &Sharer::changed, m_sharer.get(), [&] {
-        if (m_sharer->phase() == text("Uploading 0%") && !std::exchange(away, true))
-            QTimer::singleShot(0, [] { QThread::msleep(60); });
+    startAll(400);
+    // Part 2 is refused for good at the moment at which the three others of its lanes arrive, while nothing is shown.
+    const auto gate = std::make_shared<std::atomic<bool>>(false);
+    m_server->setScript([gate, refused = 0](const Request& request) mutable {
+        if (!request.path.contains("/parts/"))
+            return Handling();
+        const Handling noRoom{Fault::Status, 507, R"({"message":"No room"})"};
+        if (!request.path.endsWith("/parts/2"))
+            return Handling{Fault::None, 0, {}, {}, gate};
+        return ++refused < 3 ? noRoom : Handling{noRoom.fault, noRoom.status, noRoom.body, {}, gate};
     });
-    // Which of the threads gets which part is chance, so several times.
-    for (int i = 0; i < 20; ++i) {
-        away = false;
-        ASSERT_FALSE(share(true));
-        EXPECT_TRUE(away);
-        wait(5);
-        ASSERT_EQ(m_sharer->phase(), std::nullopt) << i;
-        ASSERT_EQ(m_sharer->progress(), std::nullopt) << i;
+    bool away = false;
+    QTimer busy;
+    QObject::connect(&busy, &QTimer::timeout, [&] {
+        if (m_server->count("PUT", "/api/shares/1/parts/") < 6 || std::exchange(away, true))
+            return;
+        *gate = true;
+        while (m_server->answeredParts() < 6)
+            QThread::yieldCurrentThread();
+        QThread::msleep(20); // The answers are on their way.
+    });
+    busy.start(0);
+    const Result<QString> failed = share(true);
+    ASSERT_FALSE(failed);
+    EXPECT_EQ(userText(failed.error()), text("No room"));
+    EXPECT_TRUE(away);
+    for (int i = 0; i < 20; ++i)
+        QCoreApplication::processEvents();
+    EXPECT_EQ(m_sharer->phase(), std::nullopt);
+    EXPECT_EQ(m_sharer->progress(), std::nullopt);
+}
+
+TEST_F(ShareFailure, answerThatNeverEndsHoldsUpNeitherTheWindowNorTheEnd)
+{
+    startAll(1000);
+    m_server->setScript([](const Request& request) {
+        return request.path.endsWith("/progress") ? Handling{Fault::EndlessHead} : Handling();
+    });
+    QElapsedTimer sinceTurn;
+    qint64 longestMs = 0;
+    QTimer turns;
+    QObject::connect(&turns, &QTimer::timeout, [&] { longestMs = std::max(longestMs, sinceTurn.restart()); });
+    sinceTurn.start();
+    turns.start(1);
+    ASSERT_TRUE(share(true));
+    ASSERT_TRUE(waitUntilIdle());
+    expectPlaysCurrentEdit();
+    edit();
+    const int reports = m_server->count("POST", "/api/shares/1/progress");
+    ASSERT_TRUE(share(false));
+    ASSERT_TRUE(waitUntil([&] { return m_server->count("POST", "/api/shares/1/progress") > reports; }));
+    sinceTurn.restart();
+    m_sharer.reset();
+    longestMs = std::max(longestMs, sinceTurn.elapsed());
+    EXPECT_LT(longestMs, 2'500);
+}
+
+TEST_F(ShareFailure, updateInTheBackgroundThatFailsIsLogged)
+{
+    startAll();
+    ASSERT_TRUE(share(true));
+    edit();
+    answer("/versions", 500, "x");
+    ASSERT_TRUE(share(false)) << "the link is known";
+    ASSERT_TRUE(waitUntilIdle());
+    EXPECT_EQ(m_sharer->lastError(), text("Share server error 500: x"));
+    EXPECT_TRUE(shareLog().contains(text("failed: Share server error 500: x (Share 500)")));
+    EXPECT_TRUE(m_sharer->isOutOfDate());
+}
+
+TEST_F(ShareFailure, recordThatNamesNoShareIsReplaced)
+{
+    startAll();
+    for (const char* id : {"..", ".", "", "a\\u000ab"}) {
+        m_takes.write(text("talk_share.json"), QByteArray(R"({"id":")") + id + R"(","url":"u","signature":""})");
+        m_sharer->takeOpened(*m_editor->take());
+        EXPECT_EQ(m_sharer->record(), std::nullopt) << id;
+        ASSERT_TRUE(share(true)) << id;
+        EXPECT_EQ(recordFile().value(u"id").toString(), QString::number(m_server->book().count()));
     }
+    // One that can be named, but only elsewhere, is asked for by its name and nothing else.
+    Sharer::saveRecord({text("../../other?x"), text("https://example.com/v"), {}}, *m_editor->take());
+    m_sharer->takeOpened(*m_editor->take());
+    ASSERT_TRUE(share(true));
+    EXPECT_EQ(m_server->count("POST", "/api/shares/..%2F..%2Fother%3Fx/versions"), 1);
+    EXPECT_TRUE(shareLog().contains(text("can't update ../../other?x from this account (404); making a new link")));
+    expectPlaysCurrentEdit(text("5"));
 }
 
 TEST_F(ShareFailure, linkThatWasNeverFilledIsOutOfDateEvenForATakeWithoutEdits)

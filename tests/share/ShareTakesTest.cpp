@@ -83,6 +83,15 @@ TEST_F(ShareTakes, takeOpenedWhileAnUpdateOfAnotherBeginsIsUpdatedWhenAsked)
     expectPlaysCurrentEdit(text("2"));
 }
 
+TEST_F(ShareTakes, takeWithALongNameGetsALinkThatPlays)
+{
+    startAll();
+    openTake(QString(75, QChar(0x5b57)));
+    ASSERT_TRUE(share(true));
+    expectPlaysCurrentEdit();
+    EXPECT_EQ(m_server->book().share(text("1"))->title, m_editor->take()->base);
+}
+
 TEST_F(ShareTakes, trimBeingDraggedIsSharedAsItWas)
 {
     startAll();
