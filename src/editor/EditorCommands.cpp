@@ -11,14 +11,19 @@ constexpr double tightPauseMs = 150;
 constexpr double leastSplitDistanceMs = 200;
 constexpr double leastSelectionMs = 20;
 
-/// Takes a range back out of the cuts, and moves the trim back where it hides the range.
-void restore(Cuts& cuts, Span range)
+/// Takes ranges back out of the cuts, and moves the trim back where it hides them.
+void restore(Cuts& cuts, const std::vector<Span>& ranges, double durationMs)
 {
-    if (range.start < cuts.trimIn)
-        cuts.trimIn = std::max(0.0, range.start);
-    if (range.end > cuts.trimOut)
-        cuts.trimOut = range.end;
-    cuts.subtract(range);
+    double in = cuts.trimIn;
+    double out = cuts.trimOut;
+    for (const Span range : ranges) {
+        if (range.isEmpty())
+            continue;
+        in = std::min(in, std::max(0.0, range.start));
+        out = std::max(out, range.end);
+    }
+    cuts.subtract(ranges);
+    cuts.setTrim(in, out, durationMs);
 }
 
 /// Those of the indices that are of words there are.
@@ -95,12 +100,10 @@ void Editor::toggleWords(const std::vector<int>& indices)
     const bool allCut = std::all_of(toggled.begin(), toggled.end(),
         [&](int index) { return EditOps::isCut(m_words[size_t(index)], m_cuts.effective); });
     Cuts cuts = m_cuts;
-    for (const Span span : wordSpans(toggled)) {
-        if (allCut)
-            restore(cuts, span);
-        else
-            cuts.add({span});
-    }
+    if (allCut)
+        restore(cuts, wordSpans(toggled), m_sourceDurationMs);
+    else
+        cuts.add(wordSpans(toggled));
     setCuts(std::move(cuts), allCut ? QStringLiteral("Restore Words") : QStringLiteral("Delete Words"));
 }
 
@@ -117,10 +120,7 @@ std::vector<Span> Editor::wordSpans(const std::vector<int>& indices) const
 void Editor::restoreRanges(const std::vector<Span>& ranges)
 {
     Cuts cuts = m_cuts;
-    for (const Span range : ranges) {
-        if (!range.isEmpty())
-            restore(cuts, range);
-    }
+    restore(cuts, ranges, m_sourceDurationMs);
     setCuts(std::move(cuts), QStringLiteral("Restore Ranges"));
 }
 
@@ -231,10 +231,9 @@ int Editor::replaceWordCuts(const QString& reason, const std::vector<Word>& newW
     Cuts cuts;
     cuts.add(silent);
     cuts.add(wordSpans(cutWords));
-    cuts.trimIn = firstKept ? EditOps::trimInBefore(*firstKept, m_words, m_sourceDurationMs) : m_cuts.trimIn;
-    cuts.trimIn = std::max(0.0, cuts.trimIn);
-    cuts.trimOut = lastKept ? EditOps::trimOutAfter(*lastKept, m_words, m_sourceDurationMs) : m_cuts.trimOut;
-    cuts.refresh();
+    const double in = firstKept ? EditOps::trimInBefore(*firstKept, m_words, m_sourceDurationMs) : m_cuts.trimIn;
+    const double out = lastKept ? EditOps::trimOutAfter(*lastKept, m_words, m_sourceDurationMs) : m_cuts.trimOut;
+    cuts.setTrim(in, out, m_sourceDurationMs);
 
     const bool changed = cuts != m_cuts;
     m_cuts = std::move(cuts);

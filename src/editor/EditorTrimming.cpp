@@ -16,14 +16,10 @@ std::optional<QString> Editor::trim(std::optional<double> in, std::optional<doub
     if (duration <= 0)
         return QStringLiteral("No take open");
     const double start = std::clamp(in.value_or(m_cuts.trimIn), 0.0, duration);
-    const double end = out.value_or(m_cuts.trimOut);
-    const double newOut = end < duration - 1 ? end : Cuts::noTrimOut;
-    if (std::min(newOut, duration) - start < leastEditMs)
-        return QStringLiteral("The trim would leave less than 0.1 s");
     Cuts cuts = m_cuts;
-    cuts.trimIn = start >= 1 ? start : 0;
-    cuts.trimOut = newOut;
-    cuts.refresh();
+    cuts.setTrim(start, out.value_or(m_cuts.trimOut), duration);
+    if (std::min(cuts.trimOut, duration) - start < leastEditMs)
+        return QStringLiteral("The trim would leave less than 0.1 s");
     setCuts(std::move(cuts), name);
     return std::nullopt;
 }
@@ -33,9 +29,7 @@ void Editor::clearTrim()
     if (!m_cuts.isTrimmed())
         return;
     Cuts cuts = m_cuts;
-    cuts.trimIn = 0;
-    cuts.trimOut = Cuts::noTrimOut;
-    cuts.refresh();
+    cuts.setTrim(0, Cuts::noTrimOut, m_sourceDurationMs);
     setCuts(std::move(cuts), QStringLiteral("Clear Trim"));
 }
 

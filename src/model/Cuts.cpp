@@ -11,6 +11,9 @@ namespace {
 
 // A shorter piece would be a flash of picture and a click of sound between two cuts.
 constexpr double shortestPieceMs = 20;
+// Shorter remnants of a cut come from rounded times. Nobody sees them, but each is heard.
+constexpr double minRemnantMs = 10;
+constexpr double trimToleranceMs = 1;
 
 QString wholeMs(double ms)
 {
@@ -42,23 +45,35 @@ void Cuts::add(const std::vector<Span>& ranges)
     refresh();
 }
 
-void Cuts::subtract(Span range)
+void Cuts::subtract(std::vector<Span> ranges)
 {
-    if (range.isEmpty())
-        return;
+    std::erase_if(ranges, [](const Span& range) { return range.isEmpty(); });
+    ranges = normalize(std::move(ranges));
     std::vector<Span> left;
-    left.reserve(spans.size() + 1);
+    left.reserve(spans.size() + ranges.size());
+    auto next = ranges.begin();
     for (const Span& span : spans) {
-        if (range.start >= span.end || span.start >= range.end) {
-            left.push_back(span);
-            continue;
+        const auto keep = [&](Span piece) {
+            if (piece == span || piece.end - piece.start >= minRemnantMs)
+                left.push_back(piece);
+        };
+        // Spans and ranges both ascend, so ranges that end before this span are done with.
+        next = std::find_if(next, ranges.end(), [&](const Span& range) { return range.end > span.start; });
+        double from = span.start;
+        for (auto range = next; range != ranges.end() && range->start < span.end; ++range) {
+            keep({from, range->start});
+            from = range->end;
         }
-        if (span.start < range.start)
-            left.push_back({span.start, range.start});
-        if (range.end < span.end)
-            left.push_back({range.end, span.end});
+        keep({from, span.end});
     }
     spans = std::move(left);
+    refresh();
+}
+
+void Cuts::setTrim(double in, double out, double durationMs)
+{
+    trimIn = in >= trimToleranceMs ? in : 0;
+    trimOut = out < durationMs - trimToleranceMs ? out : noTrimOut;
     refresh();
 }
 

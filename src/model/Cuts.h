@@ -25,10 +25,14 @@ struct Cuts {
     /// Adds ranges; empty ones are ignored.
     void add(const std::vector<Span>& ranges);
 
-    /// Takes one range back out of the cuts and leaves the trim alone. An empty range changes nothing.
-    void subtract(Span range);
+    /// Takes ranges back out of the cuts and leaves the trim alone; empty ones are ignored. Drops what is left of a cut
+    /// beside a range if it is shorter than 10 ms: listed times are whole ms, those of cuts need not be.
+    void subtract(std::vector<Span> ranges);
 
-    /// Recomputes `effective`; to be called after assigning the trim.
+    /// Sets the trim. A side within 1 ms of its end of the take trims nothing.
+    void setTrim(double in, double out, double durationMs);
+
+    /// Recomputes `effective`; to be called after assigning the spans or the trim.
     void refresh();
 
     [[nodiscard]] bool isTrimmed() const;

@@ -138,6 +138,19 @@ TEST_F(ToolsTest, trimRefusedOrOutOfRangeSaysWhy)
 
 TEST_F(ToolsTest, getFrameIsAPictureOfTheEdit)
 {
+TEST_F(ToolsTest, trimIsNoneAfterItsRestore)
+{
+    for (const char* restored :
+        {"[[0,1500],[9000,10000]]", "[[-20,1500],[9000,10500]]", "[[0.5,1500],[9000,9999.5]]"}) {
+        (void)document(text("trim"), json(R"({"startMs":1500.4,"endMs":9000.3,"exact":true})"));
+        (void)document(
+            text("cut_ranges"), {{text("ranges"), QJsonDocument::fromJson(restored).array()}, {text("restore"), true}});
+        EXPECT_EQ(document(text("get_transcript")).value(u"trim").toObject(),
+            json(R"({"startMs":0,"endMs":10000,"trimmed":false})"))
+            << restored;
+    }
+}
+
     (void)document(text("cut_ranges"), json(R"({"ranges":[[0,2000]]})"));
     const QJsonObject result = tool(text("get_frame"), json(R"({"timeMs":1234.9,"maxWidth":80})"));
     const QJsonArray content = result.value(u"content").toArray();

@@ -180,6 +180,36 @@ TEST_F(EditCommands, restoreRangesInTrimAndCutsMovesBoth)
     EXPECT_EQ(m_editor->cuts().spans, (std::vector<Span>{{4900, wordSpan(4, 6).end}}));
     expectConsistent();
 }
+TEST_F(EditCommands, restoringWhatIsListedInWholeMsLeavesNoCuts)
+{
+    for (const double shift : {0.0, 0.2, 0.37, 0.5, 0.63, 0.99}) {
+        std::vector<Word> words = TakeFolder::talk(29, shift);
+        for (const size_t filler : {4U, 5U, 11U, 28U})
+            words[filler].text = QStringLiteral("um");
+        m_takes.writeTranscript(QStringLiteral("talk"), words, Aligned::Yes);
+        openLoaded(QStringLiteral("talk"));
+        m_editor->cutFillers();
+        m_editor->tightenPauses();
+        ASSERT_FALSE(m_editor->trim(600.3 + shift, 29'000.2, QStringLiteral("Trim")));
+        std::vector<Span> listed{{0, 601}, {29'000, 30'001}};
+        for (const Span& span : m_editor->cuts().spans)
+            listed.push_back({std::round(span.start), std::round(span.end)});
+        ASSERT_GT(listed.size(), 20U);
+        m_editor->restoreRanges(listed);
+        EXPECT_EQ(m_editor->cuts(), Cuts()) << "shifted by " << shift;
+    }
+}
+
+TEST_F(EditCommands, toggleWordsRestoresWithoutRemnantsOfACutBeside)
+{
+    m_editor->toggleWords({4});
+    Cuts cuts = m_editor->cuts();
+    cuts.add({{wordSpan(4, 4).start - 9.5, wordSpan(4, 4).start}, {wordSpan(4, 4).end, wordSpan(4, 4).end + 40}});
+    m_editor->setCuts(cuts, QStringLiteral("Beside"));
+    m_editor->toggleWords({4});
+    EXPECT_EQ(m_editor->cuts().spans, (std::vector<Span>{{wordSpan(4, 4).end, wordSpan(4, 4).end + 40}}));
+}
+
 
 TEST_F(EditCommands, wordSpansUnknownIndicesAreDropped)
 {

@@ -31,26 +31,55 @@ TEST(Cuts, addRangesMergesWhatOverlapsOrTouches)
     EXPECT_EQ(cuts.effective, cuts.spans);
 }
 
-TEST(Cuts, subtractRangeRestoresOnlyWhatItCovers)
+TEST(Cuts, subtractRestoresWhatIsCoveredAndDropsShortRemnants)
 {
     struct Case {
-        Span range;
+        Spans ranges;
         Spans left;
     };
     const Case cases[] = {
-        {{150, 250}, {{100, 150}, {250, 300}, {400, 500}}},
-        {{0, 100}, {{100, 300}, {400, 500}}},
-        {{300, 400}, {{100, 300}, {400, 500}}},
-        {{200, 450}, {{100, 200}, {450, 500}}},
-        {{0, 900}, {}},
-        {{200, 200}, {{100, 300}, {400, 500}}},
-        {{250, 150}, {{100, 300}, {400, 500}}},
+        {{{150, 250}}, {{100, 150}, {250, 300}, {400, 405}, {500, 600.4}}},
+        {{{0, 100}}, {{100, 300}, {400, 405}, {500, 600.4}}},
+        {{{300, 400}}, {{100, 300}, {400, 405}, {500, 600.4}}}, // A short cut that was made so stays.
+        {{{200, 450}}, {{100, 200}, {500, 600.4}}},
+        {{{0, 900}}, {}},
+        {{}, {{100, 300}, {400, 405}, {500, 600.4}}},
+        {{{200, 200}, {250, 150}}, {{100, 300}, {400, 405}, {500, 600.4}}},
+        {{{100, 300}, {500, 600}}, {{400, 405}}},
+        {{{500.4, 590}}, {{100, 300}, {400, 405}, {590, 600.4}}},
+        {{{110, 290}}, {{100, 110}, {290, 300}, {400, 405}, {500, 600.4}}},
+        {{{109.9, 290.1}}, {{400, 405}, {500, 600.4}}},
+        {{{209, 550}, {100, 200}, {300, 301}}, {{550, 600.4}}},
+        {{{402, 403}}, {{100, 300}, {500, 600.4}}},
     };
     for (const Case& c : cases) {
-        Cuts cuts = cutsOf({{100, 300}, {400, 500}});
-        cuts.subtract(c.range);
-        EXPECT_EQ(cuts.spans, c.left) << c.range.start << "-" << c.range.end;
+        Cuts cuts = cutsOf({{100, 300}, {400, 405}, {500, 600.4}});
+        cuts.subtract(c.ranges);
+        EXPECT_EQ(cuts.spans, c.left) << "case " << &c - cases;
         EXPECT_EQ(cuts.effective, c.left);
+    }
+}
+
+TEST(Cuts, setTrimWithinOneMsOfTheEndsTrimsNothing)
+{
+    struct Case {
+        double in;
+        double out;
+        double keptIn;
+        double keptOut;
+    };
+    const Case cases[] = {
+        {0, forever, 0, forever},
+        {-5, 10'500, 0, forever},
+        {0.9, 9999.4, 0, forever},
+        {1, 9998.9, 1, 9998.9},
+    };
+    for (const Case& c : cases) {
+        Cuts cuts;
+        cuts.setTrim(c.in, c.out, 10'000);
+        EXPECT_EQ(cuts.trimIn, c.keptIn) << c.in;
+        EXPECT_EQ(cuts.trimOut, c.keptOut) << c.out;
+        EXPECT_EQ(cuts.effective.empty(), !cuts.isTrimmed());
     }
 }
 

@@ -35,7 +35,7 @@ public:
         Cuts cuts;
         for (int i = 0; i < 40; ++i) {
             if (oneIn(4))
-                cuts.subtract(range());
+                cuts.subtract({range(), range()});
             else
                 cuts.add({range(), range()});
         }
