@@ -22,8 +22,14 @@ QJsonObject statusAfterwards(const Editor& editor)
 Tools::Call Tools::cutRanges(ToolContext context, ToolArguments arguments)
 {
     Editor& editor = *context.editor;
-    std::vector<Span> all = arguments.spans(u"ranges");
-    const std::vector<Span> wordSpans = editor.wordSpans(arguments.indices(u"wordIndices"));
+    const auto ranges = arguments.spans(QStringLiteral("ranges"));
+    if (!ranges)
+        co_return tl::unexpected(ranges.error());
+    const auto indices = arguments.indices(QStringLiteral("wordIndices"));
+    if (!indices)
+        co_return tl::unexpected(indices.error());
+    std::vector<Span> all = *ranges;
+    const std::vector<Span> wordSpans = editor.wordSpans(*indices);
     all.insert(all.end(), wordSpans.begin(), wordSpans.end());
     if (arguments.flag(u"restore")) {
         editor.restoreRanges(all);

@@ -27,7 +27,7 @@ std::optional<JsonRpc::Request> JsonRpc::parse(const QByteArray& body)
 {
     QJsonParseError problem;
     const QJsonDocument document = QJsonDocument::fromJson(body, &problem);
-    if (problem.error != QJsonParseError::NoError || !document.isObject())
+    if (problem.error != QJsonParseError::NoError || !document.isObject() || !JsonText::isStrict(body))
         return std::nullopt;
     const QJsonObject message = document.object();
     const QJsonValue method = message.value(u"method");

@@ -45,6 +45,62 @@ QByteArray numberFrom(const QByteArray& json, qsizetype from)
     return json.sliced(from, end - from);
 }
 
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+qsizetype digitsEnd(QByteArrayView text, qsizetype from)
+{
+    while (from < text.size() && isDigit(text[from]))
+        ++from;
+    return from;
+}
+
+// The position after the number that starts at `from`; nothing when it is not strict.
+std::optional<qsizetype> strictNumberEnd(QByteArrayView json, qsizetype from)
+{
+    const auto at = [&](qsizetype i) { return i < json.size() ? json[i] : '\0'; };
+    const qsizetype first = at(from) == '-' ? from + 1 : from;
+    qsizetype end = digitsEnd(json, first);
+    if (end == first || (at(first) == '0' && end > first + 1))
+        return std::nullopt;
+    if (at(end) == '.') {
+        const qsizetype fraction = end + 1;
+        end = digitsEnd(json, fraction);
+        if (end == fraction)
+            return std::nullopt;
+    }
+    if (at(end) == 'e' || at(end) == 'E') {
+        const qsizetype exponent = end + (at(end + 1) == '-' || at(end + 1) == '+' ? 2 : 1);
+        end = digitsEnd(json, exponent);
+        if (end == exponent)
+            return std::nullopt;
+    }
+    return isNumberPart(at(end)) ? std::nullopt : std::optional(end);
+}
+
+bool isHexDigit(char c) { return isDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
+
+// The position after the string whose text starts at `from`; nothing when it is not strict.
+std::optional<qsizetype> strictStringEnd(QByteArrayView json, qsizetype from)
+{
+    for (qsizetype i = from; i < json.size(); ++i) {
+        if (json[i] == '"')
+            return i + 1;
+        if (static_cast<unsigned char>(json[i]) < ' ')
+            return std::nullopt;
+        if (json[i] != '\\')
+            continue;
+        ++i;
+        const QByteArrayView escape = json.sliced(i);
+        if (escape.startsWith('u')) {
+            if (escape.size() < 5 || !std::all_of(escape.begin() + 1, escape.begin() + 5, isHexDigit))
+                return std::nullopt;
+        } else if (escape.isEmpty() || !QByteArrayView("\"\\/bfnrt").contains(escape.front())) {
+            return std::nullopt;
+        }
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 QByteArray JsonText::object(const QJsonObject& object) { return QJsonDocument(object).toJson(QJsonDocument::Compact); }
@@ -102,6 +158,21 @@ QByteArray JsonText::quoted(const QByteArray& text)
     }
     *to = '"';
     return quoted;
+}
+
+bool JsonText::isStrict(QByteArrayView json)
+{
+    for (qsizetype i = 0; i < json.size();) {
+        std::optional<qsizetype> end = i + 1;
+        if (json[i] == '"')
+            end = strictStringEnd(json, i + 1);
+        else if (json[i] == '-' || json[i] == '+' || json[i] == '.' || isDigit(json[i]))
+            end = strictNumberEnd(json, i);
+        if (!end)
+            return false;
+        i = *end;
+    }
+    return true;
 }
 
 QByteArray JsonText::numberAt(const QByteArray& json, QByteArrayView key)

@@ -23,6 +23,10 @@ void appendNumber(QByteArray& json, double value);
 /// JSON text as a JSON string with its quotes. Requires: `text` is compact JSON, so it holds no control characters.
 [[nodiscard]] QByteArray quoted(const QByteArray& text);
 
+/// Whether strings and numbers are written as the standard wants; the library reads control characters, escapes like
+/// "\q" and numbers like ".5", too. Requires: the library has read `json`.
+[[nodiscard]] bool isStrict(QByteArrayView json);
+
 /// The last number under `key` at the top level of an object, digit for digit as it stands there; empty when there is
 /// none. Requires: `json` is a valid JSON object.
 [[nodiscard]] QByteArray numberAt(const QByteArray& json, QByteArrayView key);

@@ -14,6 +14,7 @@ namespace {
 using Outcome = tl::expected<LaterJson, RPCError>;
 
 const QByteArray jsonType("application/json");
+constexpr qsizetype maxLoggedName = 64;
 
 QCoro::Task<Outcome> dispatchSafely(ToolContext context, JsonRpc::Request request)
 {
@@ -29,7 +30,7 @@ void logCall(const JsonRpc::Request& request, double startedAt)
 {
     if (request.method != QLatin1String("tools/call"))
         return;
-    const QString name = request.params.value(u"name").toString(QStringLiteral("?"));
+    const QString name = Log::printable(request.params.value(u"name").toString(QStringLiteral("?")), maxLoggedName);
     const QString elapsed = QString::number(MonotonicClock::nowMs() - startedAt, 'f', 0);
     Log::line(u"mcp", name % QStringLiteral(" in ") % elapsed % QStringLiteral(" ms"));
 }

@@ -4,6 +4,8 @@ namespace kelmo {
 
 namespace {
 
+constexpr qsizetype maxEntries = 10'000;
+
 std::optional<double> numberIn(const QJsonValue& value)
 {
     return value.isDouble() ? std::optional(value.toDouble()) : std::nullopt;
@@ -46,28 +48,46 @@ std::optional<QString> ToolArguments::string(QStringView name) const
 
 bool ToolArguments::flag(QStringView name) const { return m_arguments.value(name).toBool(false); }
 
-std::vector<Span> ToolArguments::spans(QStringView name) const
+bool ToolArguments::isGiven(QStringView name) const
 {
-    std::vector<Span> spans;
-    const QJsonArray list = m_arguments.value(name).toArray();
-    for (const auto each : list) {
-        if (const std::optional<Span> span = spanIn(each))
-            spans.push_back(*span);
-    }
-    return spans;
+    const QJsonValue value = m_arguments.value(name);
+    return !value.isUndefined() && !value.isNull();
 }
 
-std::vector<int> ToolArguments::indices(QStringView name) const
+tl::expected<QJsonArray, RPCError> ToolArguments::list(const QString& name) const
 {
-    std::vector<int> indices;
     const QJsonArray list = m_arguments.value(name).toArray();
-    for (const auto each : list) {
-        if (!each.isDouble())
-            continue;
-        const qint64 index = truncated(each.toDouble());
-        indices.push_back(index < 0 || index > std::numeric_limits<int>::max() ? -1 : static_cast<int>(index));
+    if (list.size() > maxEntries) {
+        return tl::unexpected(RPCError{RPCError::invalidParams,
+            QStringLiteral("%1 has %2 entries; at most %3 are allowed").arg(name).arg(list.size()).arg(maxEntries)});
     }
-    return indices;
+    return list;
+}
+
+tl::expected<std::vector<Span>, RPCError> ToolArguments::spans(const QString& name) const
+{
+    return list(name).map([](const QJsonArray& list) {
+        std::vector<Span> spans;
+        for (const auto each : list) {
+            if (const std::optional<Span> span = spanIn(each))
+                spans.push_back(*span);
+        }
+        return spans;
+    });
+}
+
+tl::expected<std::vector<int>, RPCError> ToolArguments::indices(const QString& name) const
+{
+    return list(name).map([](const QJsonArray& list) {
+        std::vector<int> indices;
+        for (const auto each : list) {
+            if (!each.isDouble())
+                continue;
+            const qint64 index = truncated(each.toDouble());
+            indices.push_back(index < 0 || index > std::numeric_limits<int>::max() ? -1 : static_cast<int>(index));
+        }
+        return indices;
+    });
 }
 
 qint64 truncated(double value)

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "agent/RPCError.h"
 #include "model/Span.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QString>
+#include <tl/expected.hpp>
 
 #include <optional>
 #include <vector>
@@ -22,13 +24,18 @@ public:
     [[nodiscard]] std::optional<QString> string(QStringView name) const;
     /// False when absent.
     [[nodiscard]] bool flag(QStringView name) const;
+    /// Whether there is anything but a null under that name, of whatever kind.
+    [[nodiscard]] bool isGiven(QStringView name) const;
 
+    // Lists of at most 10,000 entries; a longer one is refused.
     /// Ranges written as {"startMs", "endMs"} or [start, end], as they are; whatever is neither is skipped.
-    [[nodiscard]] std::vector<Span> spans(QStringView name) const;
+    [[nodiscard]] tl::expected<std::vector<Span>, RPCError> spans(const QString& name) const;
     /// The numbers of a list, truncated; one that no word list can hold becomes −1.
-    [[nodiscard]] std::vector<int> indices(QStringView name) const;
+    [[nodiscard]] tl::expected<std::vector<int>, RPCError> indices(const QString& name) const;
 
 private:
+    [[nodiscard]] tl::expected<QJsonArray, RPCError> list(const QString& name) const;
+
     QJsonObject m_arguments;
 };
 

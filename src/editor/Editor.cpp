@@ -4,14 +4,14 @@ namespace kelmo {
 
 namespace {
 
-constexpr int workerThreads = 6;
+constexpr int undoSteps = 200;
 
 } // namespace
 
 Editor::Editor(Sound sound)
     : m_sound(sound)
 {
-    m_workers.setMaxThreadCount(workerThreads);
+    m_undo.setUndoLimit(undoSteps);
 }
 
 Editor::~Editor()

@@ -15,6 +15,7 @@ namespace {
 constexpr qint64 freshTranscriptMs = 15'000;
 /// A recording this long finished will not get a transcript any more.
 constexpr qint64 freshRecordingMs = 180'000;
+constexpr qsizetype maxLoggedError = 5000; ///< The longest path and a sentence.
 
 QString ms(double value) { return QString::number(value, 'f', 0) % QStringLiteral(" ms"); }
 
@@ -87,7 +88,8 @@ void Editor::open(const QString& path, Opener opener)
 void Editor::failToOpen(const QString& message, const Error& error)
 {
     setStatus(message, StatusKind::Problem);
-    Log::line(u"error", QStringLiteral("open failed: ") % logText(error));
+    // The path may have come from an agent.
+    Log::line(u"error", QStringLiteral("open failed: ") % Log::printable(logText(error), maxLoggedError));
 }
 
 void Editor::begin(const Opening& opening)

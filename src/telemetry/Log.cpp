@@ -62,6 +62,12 @@ void echo(const QByteArray& line)
     }
 }
 
+bool isVisible(char32_t character)
+{
+    const QChar::Category category = QChar::category(character);
+    return QChar::isPrint(character) && category != QChar::Separator_Line && category != QChar::Separator_Paragraph;
+}
+
 } // namespace
 
 void Log::line(QStringView tag, QStringView message)
@@ -74,6 +80,14 @@ void Log::line(QStringView tag, QStringView message)
 }
 
 void Log::line(QStringView tag, const QString& message) { line(tag, QStringView(message)); }
+
+QString Log::printable(QStringView text, qsizetype maxLength)
+{
+    QString shown;
+    for (const char32_t character : text.first(std::min(text.size(), maxLength)).toUcs4())
+        shown += isVisible(character) ? QString::fromUcs4(&character, 1) : QStringLiteral("?");
+    return text.size() > maxLength ? QString(shown + QChar(0x2026)) : shown;
+}
 
 void Log::flush() { writer().flush(); }
 

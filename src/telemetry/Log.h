@@ -14,6 +14,10 @@ namespace Log {
 void line(QStringView tag, QStringView message);
 void line(QStringView tag, const QString& message);
 
+/// A text from outside the program as a part of one line: control characters and others that cannot be seen become "?",
+/// and what exceeds `maxLength` characters is cut.
+[[nodiscard]] QString printable(QStringView text, qsizetype maxLength);
+
 /// Waits until every line logged so far is in the file.
 void flush();
 

@@ -29,6 +29,11 @@ TEST(JsonRpc, parseBodyThatIsNoRequestYieldsNothing)
         R"({"method":"ping"} x)", R"({"method":"ping"}{"method":"ping"})", R"({'method':'ping'})",
         "{\"method\":\"\xff\xfe\"}", QByteArray("{\"method\":\"ping\"\0}", 18), QByteArray("\0", 1),
         R"({"method":"ping","id":1e999})", R"({"method":"ping","id":01})", R"({"method":"ping","id":NaN})", deep,
+        "{\"method\":\"pi\nng\"}", "{\"method\":\"ping\",\"a\tb\":1}", QByteArray("{\"method\":\"p\0\"}", 14),
+        "{\"method\":\"p\x1f\"}", R"({"method":"\q"})", R"({"method":"ping","\a":1})", R"({"method":"\u12g4"})",
+        R"({"method":"\U0041"})", R"({"method":"ping","id":.5})", R"({"method":"ping","id":-.5})",
+        R"({"method":"ping","id":5.})", R"({"method":"ping","id":0.e5})", R"({"method":"ping","id":1e})",
+        R"({"method":"ping","id":1e+})", R"({"method":"ping","id":-})", R"({"method":"ping","id":+1})",
         deep + QByteArray(100'000, ']') + '}'};
     for (const QByteArray& body : bodies)
         EXPECT_FALSE(JsonRpc::parse(body)) << body.left(60).toStdString();
@@ -59,6 +64,8 @@ TEST(JsonRpc, parseIdIsEchoedExactly)
         {R"({"id":"a\"b\\cé\u0000","method":"m"})", R"("a\"b\\cé\u0000")"},
         {R"({"id":"\ud800","method":"m"})", R"("\ud800")"},
         {R"({"id":true,"method":"m"})", "true"},
+        {R"({"id":"\\q\/\b\f\n\r\t\"\u00E9","method":"m"})", R"("\\q/\b\f\n\r\t\"é")"},
+        {R"({"x":[-0.5e-7,0,-12,3E+2,0.0],"id":7,"method":"m"})", "7"},
         {R"({"id":[1, {"b":2}],"method":"m"})", R"([1,{"b":2}])"},
     };
     for (const auto& each : cases) {

@@ -75,6 +75,31 @@ TEST_F(ToolsTest, cutRangesWordsAreCutInRunsAndRestored)
     EXPECT_EQ(m_editor.undo().count(), 2);
 }
 
+TEST_F(ToolsTest, cutRangesListsOfMoreThanTenThousandAreRefused)
+{
+    const auto listOf = [](const QJsonValue& entry, int count) {
+        QJsonArray list;
+        for (int i = 0; i < count; ++i)
+            list.append(entry);
+        return list;
+    };
+    for (const QString& name : {text("ranges"), text("wordIndices")}) {
+        const QJsonValue entry = name == text("ranges") ? QJsonValue(QJsonArray{1200, 1850}) : QJsonValue(2);
+        for (const bool restore : {false, true}) {
+            const QJsonObject arguments{{name, listOf(entry, 10'001)}, {text("restore"), restore}};
+            const QJsonObject answer
+                = request(text("tools/call"), {{text("name"), text("cut_ranges")}, {text("arguments"), arguments}});
+            EXPECT_EQ(answer.value(u"error").toObject(),
+                (QJsonObject{{text("code"), -32602},
+                    {text("message"), QString(name + text(" has 10001 entries; at most 10000 are allowed"))}}));
+        }
+        EXPECT_EQ(m_editor.undo().index(), 0);
+        const QJsonObject arguments{{name, listOf(entry, 10'000)}};
+        EXPECT_EQ(document(text("cut_ranges"), arguments).value(u"applied").toArray().size(), 10'000);
+        m_editor.undo().undo();
+    }
+}
+
 TEST_F(ToolsTest, cutRangesWithNothingToDoRegistersNothing)
 {
     for (const char* arguments : {"{}", R"({"ranges":7,"wordIndices":"2","restore":1})", R"({"restore":true})",
@@ -113,6 +138,19 @@ TEST_F(ToolsTest, trimSidesWordsAndClearing)
     }
 }
 
+TEST_F(ToolsTest, trimIsNoneAfterItsRestore)
+{
+    for (const char* restored :
+        {"[[0,1500],[9000,10000]]", "[[-20,1500],[9000,10500]]", "[[0.5,1500],[9000,9999.5]]"}) {
+        (void)document(text("trim"), json(R"({"startMs":1500.4,"endMs":9000.3,"exact":true})"));
+        (void)document(
+            text("cut_ranges"), {{text("ranges"), QJsonDocument::fromJson(restored).array()}, {text("restore"), true}});
+        EXPECT_EQ(document(text("get_transcript")).value(u"trim").toObject(),
+            json(R"({"startMs":0,"endMs":10000,"trimmed":false})"))
+            << restored;
+    }
+}
+
 TEST_F(ToolsTest, trimRefusedOrOutOfRangeSaysWhy)
 {
     const QJsonObject refused = tool(text("trim"), json(R"({"startMs":5000,"endMs":5050,"exact":true})"));
@@ -138,19 +176,6 @@ TEST_F(ToolsTest, trimRefusedOrOutOfRangeSaysWhy)
 
 TEST_F(ToolsTest, getFrameIsAPictureOfTheEdit)
 {
-TEST_F(ToolsTest, trimIsNoneAfterItsRestore)
-{
-    for (const char* restored :
-        {"[[0,1500],[9000,10000]]", "[[-20,1500],[9000,10500]]", "[[0.5,1500],[9000,9999.5]]"}) {
-        (void)document(text("trim"), json(R"({"startMs":1500.4,"endMs":9000.3,"exact":true})"));
-        (void)document(
-            text("cut_ranges"), {{text("ranges"), QJsonDocument::fromJson(restored).array()}, {text("restore"), true}});
-        EXPECT_EQ(document(text("get_transcript")).value(u"trim").toObject(),
-            json(R"({"startMs":0,"endMs":10000,"trimmed":false})"))
-            << restored;
-    }
-}
-
     (void)document(text("cut_ranges"), json(R"({"ranges":[[0,2000]]})"));
     const QJsonObject result = tool(text("get_frame"), json(R"({"timeMs":1234.9,"maxWidth":80})"));
     const QJsonArray content = result.value(u"content").toArray();
@@ -230,11 +255,35 @@ TEST_F(ToolsTest, shareWithoutAccountSaysSo)
 
 TEST_F(ToolsTest, openTakeByPathAndTheNewest)
 {
-    EXPECT_EQ(compact(text("open_take"), json(R"({"path":7})")), R"({"opened":"talk","words":8})");
+    for (const char* arguments : {"{}", R"({"path":null})"})
+        EXPECT_EQ(compact(text("open_take"), json(arguments)), R"({"opened":"talk","words":8})");
     EXPECT_EQ(compact(text("open_take"), {{text("path"), QString(takesFolder() + text("/talk_sync.json"))}}),
         R"({"opened":"talk","words":8})");
     // A path that leads nowhere leaves the open take alone.
     EXPECT_EQ(compact(text("open_take"), json(R"({"path":"/nowhere/at/all.mov"})")), R"({"opened":"talk","words":8})");
+}
+
+TEST_F(ToolsTest, openTakeWithAPathThatIsNoneKeepsTheEdit)
+{
+    (void)document(text("cut_ranges"), json(R"({"ranges":[[1200,1850]]})"));
+    const struct {
+        QJsonValue path;
+        const char* message;
+    } cases[] = {
+        {7, "path must be a string"},
+        {true, "path must be a string"},
+        {QJsonArray{takesFolder()}, "path must be a string"},
+        {QString(5'000'000, u'x'), "path is longer than 4096 characters"},
+    };
+    for (const auto& each : cases) {
+        const QJsonObject answer = request(text("tools/call"),
+            {{text("name"), text("open_take")}, {text("arguments"), QJsonObject{{text("path"), each.path}}}});
+        EXPECT_EQ(answer.value(u"error")[u"code"].toInt(), -32602);
+        EXPECT_EQ(answer.value(u"error")[u"message"].toString(), text(each.message));
+    }
+    (void)document(text("open_take"), json(R"({"path":"/x\n2026-11-23T20:00:00.000Z [share] forged"})"));
+    EXPECT_EQ(m_editor.cuts().spans.size(), 1U);
+    EXPECT_FALSE(log().contains(text("\n2026-11-23T20:00:00.000Z [share] forged"))) << log().toStdString();
 }
 
 TEST_F(ServerFixture, toolsWithoutATakeAnswerSensibly)
