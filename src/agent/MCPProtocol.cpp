@@ -45,6 +45,14 @@ QCoro::Task<Outcome> callTool(ToolContext context, QJsonObject params)
     const ToolCatalogue::Tool* const tool = ToolCatalogue::find(name);
     if (!tool)
         co_return tl::unexpected(RPCError{RPCError::invalidParams, QStringLiteral("Unknown tool: ") % name});
+    if (tool->media == ToolCatalogue::Media::Loaded) {
+        QCoro::Task<Result<void>> loading = context.editor->whenLoaded();
+        const Result<void> loaded = co_await loading;
+        if (!loaded)
+            co_return ToolResult::error(userText(loaded.error()));
+        if (!context.sharer)
+            co_return ToolResult::error(QStringLiteral("The editor is quitting"));
+    }
     const ToolArguments arguments(params.value(u"arguments").toObject());
     co_return co_await tool->call(context, arguments);
 }

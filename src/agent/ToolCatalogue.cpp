@@ -9,6 +9,7 @@ namespace kelmo {
 namespace {
 
 using ToolCatalogue::Argument;
+using ToolCatalogue::Media;
 using ToolCatalogue::Tool;
 
 QJsonObject schema(const char* type, const char* description = nullptr)
@@ -78,14 +79,14 @@ std::vector<Tool> makeTools()
                 {"exact", schema("boolean", "Use startMs/endMs as given, no snapping to word boundaries.")},
                 {"clear", schema("boolean", "Remove the trim (applied before startMs/endMs/startWord/endWord).")},
             },
-            Tools::trim},
+            Tools::trim, Media::Loaded},
         {"get_frame", "Look at a frame", {.readOnly = true, .idempotent = true},
             "PNG of the edited video at timeMs on the EDITED clock (after cuts), with the face circle composited.",
             {
                 {"timeMs", schema("number"), true},
                 {"maxWidth", schema("number", "Default 1280.")},
             },
-            Tools::getFrame},
+            Tools::getFrame, Media::Loaded},
         {"export", "Export the video", {},
             "Export the edit to an MP4 in ~/Movies (hardware encode). Returns the path and how long it took. Blocks "
             "until done.",
@@ -101,7 +102,7 @@ std::vector<Tool> makeTools()
                     choice("string", {QStringLiteral("writer"), QStringLiteral("session")},
                         "writer (default, fast HW pipeline) or session (AVAssetExportSession, for comparison).")},
             },
-            Tools::exportVideo},
+            Tools::exportVideo, Media::Loaded},
         {"cut_fillers", "Cut filler words", {.idempotent = true}, "Cut every um/uh-style filler word (one undo step).",
             {}, Tools::cutFillers},
         {"tighten_pauses", "Tighten pauses", {.idempotent = true},
@@ -112,7 +113,7 @@ std::vector<Tool> makeTools()
             "clipboard at once; the video exports and uploads behind it (the page shows progress, then plays). If the "
             "take was shared before, this updates the SAME link with the current edit. wait:true returns only once the "
             "link plays.",
-            {{"wait", schema("boolean")}}, Tools::share},
+            {{"wait", schema("boolean")}}, Tools::share, Media::Loaded},
         {"open_take", "Open a take", {.idempotent = true},
             "Open a take by path to its <base>.mov (or any sidecar). Without a path, opens the newest take in the "
             "Recordings folder.",

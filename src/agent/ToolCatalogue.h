@@ -25,6 +25,9 @@ struct Argument {
     bool required = false;
 };
 
+/// Whether a call waits for the media of a take that is being opened.
+enum class Media { AsItIs, Loaded };
+
 struct Tool {
     const char* name;
     const char* title;
@@ -32,6 +35,7 @@ struct Tool {
     const char* description; ///< UTF-8
     std::vector<Argument> arguments;
     Tools::Call (*call)(ToolContext, ToolArguments);
+    Media media = Media::AsItIs;
 };
 
 [[nodiscard]] const std::vector<Tool>& tools();

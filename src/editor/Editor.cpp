@@ -19,7 +19,8 @@ Editor::~Editor()
     m_player.reset();
     m_watch.reset();
     cancelExport();
-    m_workers.waitForDone();
+    m_grabs.drop();
+    m_lanes.waitForDone();
 }
 
 void Editor::setStatus(std::optional<QString> status, StatusKind kind)

@@ -2,9 +2,11 @@
 
 #include "editor/CutsStep.h"
 #include "editor/ExportResult.h"
+#include "editor/FrameGrabs.h"
 #include "editor/Playhead.h"
 #include "editor/RecorderLink.h"
 #include "editor/TranscriptWatch.h"
+#include "editor/WorkLanes.h"
 #include "media/Built.h"
 #include "media/Exporter.h"
 #include "media/PreviewItems.h"
@@ -13,7 +15,7 @@
 
 #include <QCoroTask>
 #include <QFuture>
-#include <QThreadPool>
+#include <QPromise>
 #include <QUndoStack>
 
 namespace kelmo {
@@ -81,6 +83,9 @@ public:
     void open(const QString& path, Opener opener = Opener::Agent); ///< Any file of the take. Errors become the status.
     /// Lists the recordings folder and opens its newest take. Does nothing if the folder holds none.
     void openNewest(Opener opener = Opener::Agent);
+    /// Waits for the loading of the open take, if it is under way. Fails if another one is opened first; whether the
+    /// media could be opened is told by the command that needs it.
+    QCoro::Task<Result<void>> whenLoaded();
     std::function<void()> onOpen; ///< Called at the very start of every open.
     std::function<void(const Take&)> onTakeReady; ///< Called when a take's first composition is built.
 
@@ -167,6 +172,10 @@ private:
     void adoptWords(const Take& take, double waitedMs);
     void applyAligned(const Take& take, double waitedMs);
 
+    // EditorLoading.cpp
+    void endLoading();
+    [[nodiscard]] Error whyNotLoaded() const;
+
     // EditorPlayback.cpp
     [[nodiscard]] Player& player();
     void seekPlayer(double editedMs);
@@ -201,8 +210,10 @@ private:
     std::shared_ptr<const LoadedTake> m_loaded;
     std::optional<Error> m_openError; ///< Why the open take has no media.
     std::shared_ptr<const Built> m_built;
+    std::optional<QPromise<void>> m_loading; ///< Ends when the open take's media is there, or will not be.
     std::optional<double> m_openStartedMs; ///< Until the first picture is on show.
     int m_buildGeneration = 0; ///< Grows with every rebuild, so that an overtaken seek knows that it is stale.
+    int m_takeCount = 0; ///< Takes that have been open so far.
     int m_openGeneration = 0; ///< Grows with every open, so that a slow load knows that it is stale.
     Playhead m_playhead;
     QUndoStack m_undo;
@@ -216,7 +227,8 @@ private:
     int m_exportFPS = 30;
     std::shared_ptr<std::atomic<bool>> m_exportCancelled;
 
-    QThreadPool m_workers;
+    WorkLanes m_lanes;
+    FrameGrabs m_grabs{m_lanes.grabbing};
     RecorderLink m_recorder;
     std::unique_ptr<TranscriptWatch> m_watch;
 

@@ -1,7 +1,6 @@
 #include "editor/Editor.h"
 #include "media/CompositionBuilder.h"
 #include "media/ExportFolder.h"
-#include "media/FrameGrab.h"
 #include "platform/FileReveal.h"
 #include "platform/MonotonicClock.h"
 #include "platform/SleepInhibitor.h"
@@ -110,7 +109,7 @@ QFuture<Result<ExportReport>> Editor::startExport(
                 self->setExportProgress(done);
         });
     };
-    return QtConcurrent::run(&m_workers, [settings, path, progress, edit, cancelled = m_exportCancelled] {
+    return QtConcurrent::run(&m_lanes.exporting, [settings, path, progress, edit, cancelled = m_exportCancelled] {
         lowerThreadPriority(Behind::AStep);
         return Exporter::run(edit, settings, path, progress, *cancelled);
     });
@@ -132,7 +131,7 @@ QCoro::Task<Result<ExportResult>> Editor::exportVideo(
 {
     const std::shared_ptr<const Built> edit = this->edit();
     if (!edit || !m_take)
-        co_return editorFailure(1, QStringLiteral("No take open"));
+        co_return tl::unexpected(whyNotLoaded());
     if (m_exportProgress)
         co_return editorFailure(3, QStringLiteral("An export is already running"));
     const ExportSettings settings = exportSettings(codec, height, fps, engine);
@@ -187,12 +186,8 @@ QCoro::Task<void> Editor::exportFromUI()
 QCoro::Task<Result<QByteArray>> Editor::frame(double atEditedMs, double maxWidth)
 {
     if (!m_built)
-        co_return editorFailure(1, QStringLiteral("No take open"));
-    const std::shared_ptr<const Built> built = m_built;
-    const QFuture<Result<QByteArray>> grabbing = QtConcurrent::run(&m_workers, [built, atEditedMs, maxWidth] {
-        lowerThreadPriority(Behind::AStep);
-        return FrameGrab::png(*built, atEditedMs, maxWidth);
-    });
+        co_return tl::unexpected(whyNotLoaded());
+    const QFuture<Result<QByteArray>> grabbing = m_grabs.png(m_built, atEditedMs, maxWidth);
     co_return co_await grabbing;
 }
 

@@ -66,7 +66,7 @@ void Editor::open(const QString& path, Opener opener)
     if (byPerson && shows(*take) && !m_openError)
         return;
     // The movies' tables are read on a worker while the words are read here.
-    const auto loading = QtConcurrent::run(&m_workers, [files = *take] {
+    const auto loading = QtConcurrent::run(&m_lanes.opening, [files = *take] {
         lowerThreadPriority(Behind::AStep);
         return LoadedTake::load(files);
     });
@@ -109,6 +109,10 @@ void Editor::begin(const Opening& opening)
 
 void Editor::resetTo(Take take)
 {
+    ++m_takeCount;
+    endLoading();
+    m_loading.emplace().start();
+    m_grabs.drop();
     m_watch.reset();
     m_awaitingWords = false;
     m_take = std::move(take);
@@ -144,6 +148,7 @@ void Editor::adopt(const LoadedTake::Opened& loaded, const Opening& opening)
     if (!loaded) {
         if (!opening.keepsEdit)
             m_openError = loaded.error();
+        endLoading();
         failToOpen(QStringLiteral("Couldn't open: ") % userText(loaded.error()), loaded.error());
         return;
     }
@@ -158,6 +163,7 @@ void Editor::adopt(const LoadedTake::Opened& loaded, const Opening& opening)
     if (onTakeReady)
         onTakeReady(*m_take);
     recount();
+    endLoading();
 }
 
 void Editor::rebuild(
@@ -210,7 +216,7 @@ void Editor::watchForWords(const Take& take)
 
 void Editor::startWatch(TranscriptWatch::For what, const Take& take)
 {
-    m_watch = std::make_unique<TranscriptWatch>(what, take, m_workers);
+    m_watch = std::make_unique<TranscriptWatch>(what, take, m_lanes.watching);
     const bool forWords = what == TranscriptWatch::For::Words;
     connect(
         m_watch.get(), &TranscriptWatch::arrived, this,

@@ -14,7 +14,7 @@ std::optional<QString> Editor::trim(std::optional<double> in, std::optional<doub
 {
     const double duration = m_sourceDurationMs;
     if (duration <= 0)
-        return QStringLiteral("No take open");
+        return userText(whyNotLoaded());
     const double start = std::clamp(in.value_or(m_cuts.trimIn), 0.0, duration);
     Cuts cuts = m_cuts;
     cuts.setTrim(start, out.value_or(m_cuts.trimOut), duration);

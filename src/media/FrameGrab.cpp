@@ -14,16 +14,16 @@ ExactTime clampedTime(const Built& built, double editedMs)
     return ExactTime::of(MediaTime::fromMs(last > 0 ? std::max(0.0, std::min(editedMs, last)) : 0.0));
 }
 
-Result<VideoFrame> decoded(const Built& built, const CompositionTrack& track, int display)
+Result<VideoFrame> decoded(const Built& built, const CompositionTrack& track, int display, const FrameGrab::Stop& stop)
 {
     Result<DecoderPool::Lease> decoder = built.loaded->decoders->lend(track.asset, *track.track, display);
     if (!decoder)
         return tl::unexpected(decoder.error());
     (*decoder)->expect(std::array{display});
-    return (*decoder)->frame(display);
+    return (*decoder)->frame(display, stop);
 }
 
-Result<VideoFrame> screenAt(const Built& built, ExactTime time)
+Result<VideoFrame> screenAt(const Built& built, ExactTime time, const FrameGrab::Stop& stop)
 {
     const CompositionTrack& screen = built.composition.screen;
     const int width = built.loaded->renderWidth;
@@ -31,7 +31,7 @@ Result<VideoFrame> screenAt(const Built& built, ExactTime time)
     const std::optional<int> display = screen.displayAt(time);
     if (!display)
         return FramePool(width, height).black(screen.track->color.completed(height));
-    Result<VideoFrame> frame = decoded(built, screen, *display);
+    Result<VideoFrame> frame = decoded(built, screen, *display, stop);
     if (!frame)
         return frame;
     FrameConverter converter(width, height, screen.track->quarterTurns, screen.track->color, Scaling::Fine);
@@ -40,17 +40,17 @@ Result<VideoFrame> screenAt(const Built& built, ExactTime time)
 
 } // namespace
 
-Result<VideoFrame> FrameGrab::picture(const Built& built, double editedMs)
+Result<VideoFrame> FrameGrab::picture(const Built& built, double editedMs, const Stop& stop)
 {
     const ExactTime time = clampedTime(built, editedMs);
-    Result<VideoFrame> screen = screenAt(built, time);
+    Result<VideoFrame> screen = screenAt(built, time, stop);
     const std::optional<CompositionTrack>& camera = built.composition.camera;
     if (!screen || !camera)
         return screen;
     const std::optional<int> display = camera->displayAt(time);
     if (!display)
         return screen;
-    Result<VideoFrame> frame = decoded(built, *camera, *display);
+    Result<VideoFrame> frame = decoded(built, *camera, *display, stop);
     if (!frame)
         return frame;
     const FaceCompositor compositor(screen->width(), screen->height());
@@ -62,9 +62,9 @@ Result<VideoFrame> FrameGrab::picture(const Built& built, double editedMs)
     return compositor.compose(*screen, *face);
 }
 
-Result<QByteArray> FrameGrab::png(const Built& built, double editedMs, double maxWidth)
+Result<QByteArray> FrameGrab::png(const Built& built, double editedMs, double maxWidth, const Stop& stop)
 {
-    const Result<VideoFrame> frame = picture(built, editedMs);
+    const Result<VideoFrame> frame = picture(built, editedMs, stop);
     if (!frame)
         return tl::unexpected(frame.error());
     if (!*frame)
