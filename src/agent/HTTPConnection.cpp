@@ -94,6 +94,13 @@ void HTTPConnection::send(int status, const QByteArray& body, const QByteArray& 
     sent();
 }
 
+void HTTPConnection::refuse(int status)
+{
+    m_phase = Phase::Answering;
+    m_socket.setReading(false);
+    send(status, {}, {});
+}
+
 void HTTPConnection::sent()
 {
     if (m_phase != Phase::Sending)

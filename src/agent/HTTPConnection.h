@@ -22,6 +22,9 @@ public:
     /// do nothing. The content type is left out when the body is empty.
     void send(int status, const QByteArray& body, const QByteArray& contentType);
 
+    /// Answers right away, without having read a request, and closes.
+    void refuse(int status);
+
 Q_SIGNALS:
     /// Once at most.
     void requestReceived(const kelmo::HTTPRequest& request);

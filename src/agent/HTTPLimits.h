@@ -3,12 +3,14 @@
 #include <QtGlobal>
 
 #include <chrono>
+#include <unistd.h>
 
 namespace kelmo {
 
-/// How much one client may ask of the local server. Plain values, fixed when the server starts; tests make them
-/// smaller.
+/// Who may ask the local server, and how much one client may ask of it. Plain values, fixed when the server starts;
+/// tests make them smaller.
 struct HTTPLimits {
+    uid_t user = geteuid(); ///< whose connections are served, besides root's
     qsizetype headBytes = 64 * 1024; ///< everything before the blank line
     qint64 bodyBytes = 64LL * 1024 * 1024; ///< as declared by the client
     int connections = 128; ///< served at once; further ones wait until one of these ends

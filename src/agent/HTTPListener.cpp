@@ -11,6 +11,8 @@ namespace kelmo {
 namespace {
 
 constexpr std::chrono::seconds retryAfter{1};
+constexpr uid_t root = 0;
+constexpr qint64 unknownUser = -1;
 
 } // namespace
 
@@ -50,6 +52,10 @@ void HTTPListener::send(quint64 connection, int status, const QByteArray& body, 
 
 void HTTPListener::incomingConnection(qintptr descriptor)
 {
+    if (!isWelcome(descriptor)) {
+        refuse(descriptor);
+        return;
+    }
     if (m_connections.size() < m_limits.connections) {
         serve(descriptor);
         return;
@@ -59,7 +65,30 @@ void HTTPListener::incomingConnection(qintptr descriptor)
     pauseAccepting();
 }
 
-void HTTPListener::serve(qintptr descriptor)
+bool HTTPListener::isWelcome(qintptr descriptor)
+{
+    const std::optional<uid_t> user = m_peerUser.of(int(descriptor));
+    if (user == m_limits.user || user == root)
+        return true;
+    const qint64 number = user ? qint64(*user) : unknownUser;
+    if (!m_refusedUsers.contains(number)) {
+        m_refusedUsers.insert(number);
+        Log::line(u"mcp",
+            user ? QStringLiteral("refused a connection of user %1").arg(number)
+                 : QStringLiteral("refused a connection whose user the system does not tell"));
+    }
+    return false;
+}
+
+void HTTPListener::refuse(qintptr descriptor)
+{
+    if (m_connections.size() < m_limits.connections)
+        serve(descriptor).refuse(403);
+    else
+        ClientSocket(descriptor, nullptr);
+}
+
+HTTPConnection& HTTPListener::serve(qintptr descriptor)
 {
     auto* connection = new HTTPConnection(descriptor, m_limits, this);
     const quint64 number = ++m_lastConnection;
@@ -67,6 +96,7 @@ void HTTPListener::serve(qintptr descriptor)
     connect(connection, &HTTPConnection::requestReceived, this,
         [this, number](const HTTPRequest& request) { Q_EMIT requestReceived(number, request); });
     connect(connection, &HTTPConnection::closed, this, [this, number] { closed(number); });
+    return *connection;
 }
 
 void HTTPListener::closed(quint64 number)

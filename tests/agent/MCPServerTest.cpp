@@ -251,11 +251,45 @@ TEST_F(MCPServerTest, logOneLineForEachToolCallAndNoneForOtherMethods)
     (void)tool(QStringLiteral("get_transcript"));
     (void)request(QStringLiteral("tools/call"), {{QStringLiteral("name"), 7}});
     (void)request(QStringLiteral("tools/call"), {{QStringLiteral("name"), QStringLiteral("nonsense")}});
+    for (const QString& name : {QStringLiteral("a\nb\r\x1b\u0085\u2028\u202ec"), QString(5'000'000, u'x')})
+        (void)request(QStringLiteral("tools/call"), {{QStringLiteral("name"), name}});
     QStringList tools;
     for (const QString& line : log().split(u'\n')) {
         if (line.contains(QStringLiteral("[mcp] ")) && line.endsWith(QStringLiteral(" ms")))
             tools += line.section(QStringLiteral("[mcp] "), 1).section(u' ', 0, 1);
     }
     EXPECT_EQ(tools,
-        (QStringList{QStringLiteral("get_transcript in"), QStringLiteral("? in"), QStringLiteral("nonsense in")}));
+        (QStringList{QStringLiteral("get_transcript in"), QStringLiteral("? in"), QStringLiteral("nonsense in"),
+            QStringLiteral("a?b?????c in"), QString(64, u'x') + QStringLiteral("… in")}));
+}
+
+TEST_F(MCPServerTest, connectionsOfOtherUsersAreAnswered403)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "Only root can connect as another user.";
+    constexpr uid_t root = 0;
+    constexpr uid_t user = 12'345;
+    constexpr uid_t stranger = 65'534;
+    const struct {
+        uid_t server;
+        uid_t client;
+        QByteArray answer;
+    } cases[] = {
+        {user, user, pong},
+        {user, root, pong},
+        {user, stranger, empty("403 Forbidden")},
+        {user, stranger, empty("403 Forbidden")},
+        {root, root, pong},
+        {root, user, empty("403 Forbidden")},
+    };
+    for (const auto& each : cases) {
+        stopServing();
+        HTTPLimits limits;
+        limits.user = each.server;
+        serve(limits);
+        for (const QByteArray& bytes : {post(ping), QByteArray(post(ping) + QByteArray(200'000, 'x'))})
+            EXPECT_EQ(beside([&] { return exchangeAs(each.client, m_port, bytes); }), each.answer) << each.client;
+        EXPECT_EQ(log().count(QStringLiteral("[mcp] refused a connection of user %1").arg(each.client)) > 0,
+            each.answer != pong);
+    }
 }

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <future>
+#include <sys/types.h>
 
 namespace kelmo {
 
@@ -30,6 +31,9 @@ private:
     int m_socket;
     bool m_timedOut = false;
 };
+
+/// What comes back for these bytes when a process of another user sends them. Requires root.
+[[nodiscard]] QByteArray exchangeAs(uid_t user, quint16 port, const QByteArray& bytes);
 
 /// Runs `work` on a thread of its own while this one, the editor's, goes on handling events.
 template <class Work> auto beside(Work work)
