@@ -160,6 +160,10 @@ QCoro::Task<Result<ExportResult>> Editor::exportVideo(
     const ExportResult result{path, MonotonicClock::nowMs() - startedAt, durationMs};
     logEncoder(*report);
     announceExport(settings, result);
+    for (const QString& notice : report->notices) {
+        Log::line(u"error", QStringLiteral("exported, but: ") % notice);
+        setStatus(m_status.value_or(QString()) % QStringLiteral(". ") % notice);
+    }
     co_return result;
 }
 

@@ -91,7 +91,7 @@ Result<ExportReport> ExportRun::run(const QString& path)
         return tl::unexpected(*m_error);
     if (Result<void> finished = m_writer->finish(); !finished)
         return tl::unexpected(finished.error());
-    return ExportReport{m_videoEncoder->name(), m_videoEncoder->refusals()};
+    return ExportReport{m_videoEncoder->name(), m_videoEncoder->refusals(), m_notices};
 }
 
 void ExportRun::startScreen()
@@ -161,17 +161,29 @@ Result<void> ExportRun::openFile(const QString& path, ColorTags color)
         return failure(QStringLiteral("Editor"), 4, QStringLiteral("Export preset unavailable"));
     }
     m_videoEncoder = std::move(*video);
-    if (!m_built->composition.audio.empty()) {
-        Result<std::unique_ptr<AudioEncoder>> audio = AudioEncoder::open();
-        if (!audio)
-            return tl::unexpected(audio.error());
-        m_audioEncoder = std::move(*audio);
-    }
+    if (Result<void> sound = openSound(); !sound)
+        return sound;
     Result<std::unique_ptr<MovieWriter>> writer = MovieWriter::create(path, m_videoEncoder->context(),
         m_audioEncoder ? &m_audioEncoder->context() : nullptr, ExportPlan::ticks(m_built->composition.duration));
     if (!writer)
         return tl::unexpected(writer.error());
     m_writer = std::move(*writer);
+    return {};
+}
+
+Result<void> ExportRun::openSound()
+{
+    m_mixer = std::make_unique<AudioMixer>(
+        m_built->composition.audio, m_built->audioMix.value_or(std::vector<VolumeRamp>()));
+    for (const Error& silence : m_mixer->silences())
+        m_notices.append(userText(silence));
+    m_notices.removeDuplicates(); // Two tracks of a file may have the same fault.
+    if (m_mixer->isSilent())
+        return {};
+    Result<std::unique_ptr<AudioEncoder>> audio = AudioEncoder::open();
+    if (!audio)
+        return tl::unexpected(audio.error());
+    m_audioEncoder = std::move(*audio);
     return {};
 }
 
@@ -214,17 +226,13 @@ Result<void> ExportRun::encodePictures(VideoFrame screen)
 
 Result<void> ExportRun::encodeSound()
 {
-    Result<std::unique_ptr<AudioMixer>> mixer
-        = AudioMixer::open(m_built->composition.audio, m_built->audioMix.value_or(std::vector<VolumeRamp>()));
-    if (!mixer)
-        return tl::unexpected(mixer.error());
     const auto sink = [this](AVPacket& packet) { return m_writer->writeAudio(packet); };
     const int64_t end = AudioMixer::sampleAt(m_built->composition.duration);
     const int step = m_audioEncoder->frameSize();
     std::vector<float> sound(size_t(step) * AudioTrackReader::channels);
     for (int64_t at = 0; at < end && !isStopped(); at += step) {
         const int count = int(std::min<int64_t>(step, end - at));
-        if (Result<void> mixed = (*mixer)->mix(at, count, sound.data()); !mixed)
+        if (Result<void> mixed = m_mixer->mix(at, count, sound.data()); !mixed)
             return mixed;
         if (Result<void> encoded = m_audioEncoder->encode(sound.data(), count, sink); !encoded)
             return encoded;

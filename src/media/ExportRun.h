@@ -28,6 +28,7 @@ private:
     void startCamera(ColorTags color);
     void startSound();
     [[nodiscard]] Result<void> openFile(const QString& path, ColorTags color);
+    [[nodiscard]] Result<void> openSound();
     [[nodiscard]] Result<void> encodePictures(VideoFrame first);
     [[nodiscard]] Result<VideoFrame> composed(const VideoFrame& screen);
     [[nodiscard]] Result<void> encodeSound();
@@ -48,7 +49,9 @@ private:
     std::optional<FaceCompositor> m_compositor;
     VideoFrame m_black;
     std::unique_ptr<VideoEncoder> m_videoEncoder;
+    std::unique_ptr<AudioMixer> m_mixer;
     std::unique_ptr<AudioEncoder> m_audioEncoder; ///< None for a silent edit.
+    QStringList m_notices;
     std::unique_ptr<MovieWriter> m_writer;
 
     std::vector<std::thread> m_threads;

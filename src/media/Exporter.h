@@ -21,10 +21,11 @@ struct ExportSettings {
     Engine engine = Engine::Writer;
 };
 
-/// What an export did, for the log.
+/// What an export did.
 struct ExportReport {
     QString encoder;
     QStringList refusals; ///< Why encoders before it were not used.
+    QStringList notices; ///< What is missing from the movie, in sentences for the user.
 };
 
 /// Turns an edit into an MP4: reading and decoding, composing, encoding and writing run side by side on threads of the

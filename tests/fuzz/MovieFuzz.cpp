@@ -40,14 +40,11 @@ private:
 
 void listen(const Built& built)
 {
-    Result<std::unique_ptr<AudioMixer>> mixer
-        = AudioMixer::open(built.composition.audio, built.audioMix.value_or(std::vector<VolumeRamp>()));
-    if (!mixer)
-        return;
+    AudioMixer mixer(built.composition.audio, built.audioMix.value_or(std::vector<VolumeRamp>()));
     std::vector<float> sound(2 * 1024);
     const int64_t end = AudioMixer::sampleAt(built.composition.duration);
     for (const int64_t at : {int64_t(0), end / 3, end - 512, end / 2})
-        (void)(*mixer)->mix(std::max<int64_t>(0, at), 1024, sound.data());
+        (void)mixer.mix(std::max<int64_t>(0, at), 1024, sound.data());
 }
 
 } // namespace

@@ -32,6 +32,9 @@ struct Track {
     // Audio only.
     int sampleRate = 0; ///< Hz.
     int channels = 0;
+    /// Where the sound of each sample starts, in samples at `sampleRate` on the media's own clock; empty where the
+    /// index's own times are exact.
+    std::vector<int64_t> soundPositions;
 
     [[nodiscard]] int uprightWidth() const { return quarterTurns % 2 ? naturalHeight : naturalWidth; }
     [[nodiscard]] int uprightHeight() const { return quarterTurns % 2 ? naturalWidth : naturalHeight; }

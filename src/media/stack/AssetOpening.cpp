@@ -1,5 +1,6 @@
 #include "media/stack/AssetOpening.h"
 
+#include "media/stack/FileKind.h"
 #include "media/stack/FrameSize.h"
 #include "media/stack/OutputOrder.h"
 #include "media/stack/SampleListing.h"
@@ -22,6 +23,20 @@ Error openError(const QString& path, const QString& reason)
 {
     return {QStringLiteral("Media"), 1,
         QStringLiteral("Can’t open ") % QFileInfo(path).fileName() % QStringLiteral(": ") % reason};
+}
+
+/// Why libav did not open a file: because it is of another kind, where its first bytes tell.
+Error refusal(int code, const QString& path)
+{
+    QFile file(path);
+    const QByteArray head = file.open(QIODevice::ReadOnly) ? file.read(300) : QByteArray();
+    const QString kind = kindOfFile(head);
+    if (!kind.isEmpty())
+        return openError(path, QStringLiteral("it is ") % kind % QStringLiteral("; ") % whatCanBeOpened());
+    if (code == AVERROR_INVALIDDATA || code == AVERROR(EINVAL)) {
+        return openError(path, QStringLiteral("the file is damaged, incomplete or not a movie; ") % whatCanBeOpened());
+    }
+    return avError(code, QStringLiteral("Can’t open"), QFileInfo(path).fileName());
 }
 
 AvHandle<AVFormatContext> newInput(AVIOContext* io, AVDictionary** options)
@@ -48,7 +63,7 @@ Result<AvHandle<AVFormatContext>> opened(AvHandle<AVFormatContext> input, AVDict
     const int code = raw ? avformat_open_input(&raw, url.constData(), nullptr, &options) : AVERROR(ENOMEM);
     av_dict_free(&options);
     if (code < 0)
-        return avFailure(code, QStringLiteral("Can’t open"), QFileInfo(path).fileName());
+        return tl::unexpected(refusal(code, path));
     return AvHandle<AVFormatContext>(raw);
 }
 
@@ -91,9 +106,27 @@ namespace {
 void settleLastDuration(StreamSamples& listed, const AVStream& stream)
 {
     // In a file that was cut off, the length also counts what is missing.
-    const bool complete = int(listed.samples.size()) >= avformat_index_get_entries_count(&stream);
-    if (complete && stream.duration > 0 && isSane(stream.duration))
+    listed.isComplete = int(listed.samples.size()) >= avformat_index_get_entries_count(&stream);
+    if (listed.isComplete && stream.duration > 0 && isSane(stream.duration))
         listed.settleLastDuration(stream.duration, stream.time_base.den);
+}
+
+/// When the earliest of the wanted streams starts, on their own clock; zero when that is hardly before zero, because
+/// such samples only prepare a decoder.
+MediaTime earliestStart(
+    const AVFormatContext& format, const std::set<int>& wanted, const std::vector<StreamSamples>& listed)
+{
+    constexpr MediaTime longestPreparation{100'000};
+    std::optional<MediaTime> earliest;
+    for (const int stream : wanted) {
+        const std::optional<int64_t> first = listed[size_t(stream)].start();
+        const AVRational timeBase = format.streams[stream]->time_base;
+        const MediaTime start = fromTicks(first.value_or(0), {timeBase.num, timeBase.den});
+        if (first)
+            earliest = std::min(earliest.value_or(start), start);
+    }
+    const bool prepares = earliest && *earliest < MediaTime() && *earliest >= MediaTime{-longestPreparation.us};
+    return prepares ? MediaTime() : earliest.value_or(MediaTime());
 }
 
 /// How many bytes a moment of a stream's sound takes when it is uncompressed, 0 when it is not; none for pictures.
@@ -150,6 +183,22 @@ void settleVideo(AVStream& stream, StreamSamples& listed, TableIO& io)
     settleTimes(listed, *stream.codecpar, io);
 }
 
+Result<std::vector<Track>> describedTracks(const AVFormatContext& format, const std::set<int>& wanted,
+    std::vector<StreamSamples> listed, const MovBoxes& boxes, const QString& path)
+{
+    // Edit lists say what happens at time zero. Without any, a file starts with whatever comes first in it.
+    const MediaTime zero = boxes.hasEdits() ? MediaTime() : earliestStart(format, wanted, listed);
+    std::vector<Track> tracks;
+    for (const int stream : wanted) {
+        Track track = describedTrack(*format.streams[stream], std::move(listed[size_t(stream)]), boxes, zero);
+        if (track.range.end() > longestMovie || track.range.start < MediaTime{-longestMovie.us})
+            return tl::unexpected(openError(path, QStringLiteral("its times make no sense")));
+        if (!track.index.isEmpty() && (track.type == MediaType::Audio || track.parameters->height > 0))
+            tracks.push_back(std::move(track));
+    }
+    return tracks;
+}
+
 /// The tables of a file, by its own ones where that may be; none when it must be stepped through after all.
 Result<std::optional<AssetTables>> readTables(const QString& path, bool byTables)
 {
@@ -192,13 +241,11 @@ Result<std::optional<AssetTables>> readTables(const QString& path, bool byTables
     for (const int stream : wanted) {
         if (tables.isMov)
             settleVideo(*format.streams[stream], listed[size_t(stream)], io);
-        Track track
-            = describedTrack(*format.streams[stream], std::move(listed[size_t(stream)]), io.boxes(), tables.isMov);
-        if (track.range.end() > longestMovie || track.range.start < MediaTime{-longestMovie.us})
-            return tl::unexpected(openError(path, QStringLiteral("its times make no sense")));
-        if (!track.index.isEmpty() && (track.type == MediaType::Audio || track.parameters->height > 0))
-            tables.tracks.push_back(std::move(track));
     }
+    Result<std::vector<Track>> tracks = describedTracks(format, wanted, std::move(listed), io.boxes(), path);
+    if (!tracks)
+        return tl::unexpected(tracks.error());
+    tables.tracks = *std::move(tracks);
     return tables;
 }
 

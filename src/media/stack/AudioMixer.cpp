@@ -10,34 +10,30 @@ constexpr int channels = AudioTrackReader::channels;
 
 } // namespace
 
-Result<std::unique_ptr<AudioMixer>> AudioMixer::open(
-    std::vector<CompositionTrack> tracks, std::vector<VolumeRamp> ramps)
+AudioMixer::AudioMixer(std::vector<CompositionTrack> tracks, std::vector<VolumeRamp> ramps)
 {
-    std::unique_ptr<AudioMixer> mixer(new AudioMixer);
-    if (Result<void> replaced = mixer->replace(std::move(tracks), std::move(ramps)); !replaced)
-        return tl::unexpected(replaced.error());
-    return mixer;
+    replace(std::move(tracks), std::move(ramps));
 }
 
-Result<void> AudioMixer::replace(std::vector<CompositionTrack> tracks, std::vector<VolumeRamp> ramps)
+void AudioMixer::replace(std::vector<CompositionTrack> tracks, std::vector<VolumeRamp> ramps)
 {
     std::vector<std::unique_ptr<AudioTrackReader>> readers;
+    m_silences.clear();
     for (size_t i = 0; i < tracks.size(); ++i) {
-        if (i < m_tracks.size() && i < m_readers.size() && m_readers[i] && m_tracks[i].track == tracks[i].track) {
+        if (i < m_readers.size() && m_readers[i] && m_tracks[i].track == tracks[i].track) {
             readers.push_back(std::move(m_readers[i]));
             continue;
         }
         Result<std::unique_ptr<AudioTrackReader>> reader = AudioTrackReader::open(tracks[i].asset, *tracks[i].track);
         if (!reader)
-            return tl::unexpected(reader.error());
-        readers.push_back(std::move(*reader));
+            m_silences.push_back(reader.error());
+        readers.push_back(reader ? std::move(*reader) : nullptr);
     }
     m_readers = std::move(readers);
     m_tracks = std::move(tracks);
     m_ramps = std::move(ramps);
     m_mixed.clear();
     m_mixedStart = 0;
-    return {};
 }
 
 Result<void> AudioMixer::mix(int64_t position, int count, float* interleaved)
@@ -78,6 +74,8 @@ Result<void> AudioMixer::mixTracks(int64_t position, int count, float* interleav
 
 Result<void> AudioMixer::addTrack(size_t track, int64_t position, int count, float* interleaved)
 {
+    if (!m_readers[track])
+        return {};
     const std::vector<CompositionSegment>& segments = m_tracks[track].segments;
     auto segment = std::partition_point(segments.begin(), segments.end(),
         [&](const CompositionSegment& each) { return sampleAt(each.place().end()) <= position; });

@@ -4,6 +4,7 @@
 #include "media/stack/PacketReader.h"
 
 #include <numeric>
+#include <ranges>
 
 namespace kelmo {
 
@@ -54,7 +55,7 @@ Result<std::unique_ptr<AudioTrackReader>> AudioTrackReader::open(
     AVCodecContext* context = reader->m_codec.get();
     if (!context || avcodec_parameters_to_context(context, track.parameters.get()) < 0)
         return avFailure(AVERROR(ENOMEM), QStringLiteral("Can’t play the sound of"), asset->name());
-    context->pkt_timebase = {int(track.index.timeBase().num), int(track.index.timeBase().den)};
+    context->pkt_timebase = {1, track.sampleRate};
     // Positions come from the container alone; a decoder that trims on its own would shift them.
     context->flags2 |= AV_CODEC_FLAG2_SKIP_MANUAL;
     if (const int code = avcodec_open2(context, codec, nullptr); code < 0)
@@ -78,17 +79,23 @@ int64_t AudioTrackReader::inputPosition(int64_t ticks) const
     return scaled(ticks, timeBase.num * m_inputRate, timeBase.den);
 }
 
+int64_t AudioTrackReader::packetPosition(int number) const
+{
+    return m_track.soundPositions.empty() ? inputPosition(m_track.index.samples()[size_t(number)].pts)
+                                          : m_track.soundPositions[size_t(number)];
+}
+
 int64_t AudioTrackReader::decodedEnd() const { return m_decodedStart + int64_t(m_decoded.size()) / m_channels; }
 
 void AudioTrackReader::seekInput(int64_t from)
 {
-    const std::vector<Sample>& samples = m_track.index.samples();
-    const auto next = std::upper_bound(samples.begin(), samples.end(), from,
-        [&](int64_t at, const Sample& sample) { return at < inputPosition(sample.pts); });
-    const int holding = std::max(0, int(next - samples.begin()) - 1);
+    const auto packets = std::views::iota(0, int(m_track.index.samples().size()));
+    const auto next
+        = std::ranges::upper_bound(packets, from, {}, [this](int packet) { return packetPosition(packet); });
+    const int holding = std::max(0, int(next - packets.begin()) - 1);
     avcodec_flush_buffers(m_codec.get());
     m_nextPacket = std::max(0, holding - prerollPackets);
-    m_dropBefore = inputPosition(samples[size_t(holding)].pts);
+    m_dropBefore = packetPosition(holding);
     m_decoded.clear();
     m_decodedStart = m_answersFrom = from;
     m_ended = false;
@@ -112,8 +119,9 @@ Result<void> AudioTrackReader::decodeNext()
             continue;
         }
         const AvHandle<AVPacket> packet = makeAvPacket();
-        if (Result<void> read = m_reader->read(m_nextPacket++, *packet); !read)
+        if (Result<void> read = m_reader->read(m_nextPacket, *packet); !read)
             return read;
+        packet->pts = packet->dts = packetPosition(m_nextPacket++);
         // A packet that does not decode leaves a hole, which is silence.
         avcodec_send_packet(m_codec.get(), packet.get());
     }
@@ -137,7 +145,7 @@ void AudioTrackReader::append(const AVFrame& frame)
             return;
         }
     }
-    const int64_t position = inputPosition(frame.pts);
+    const int64_t position = frame.pts;
     if (position + frame.nb_samples <= m_dropBefore)
         return;
 
@@ -170,7 +178,7 @@ Result<void> AudioTrackReader::pullInput(int64_t from, int count)
     m_input.assign(size_t(count) * size_t(m_channels), 0.0f);
     const int64_t to = from + count;
     if (m_nextPacket < 0 || from < m_answersFrom || from > decodedEnd() + m_inputRate)
-        seekInput(std::max<int64_t>(from, inputPosition(m_track.index.samples().front().pts)));
+        seekInput(std::max<int64_t>(from, packetPosition(0)));
     // What the segment does not present must not be heard through the resampler's filter either.
     const int64_t audible = inputPosition(m_track.index.edits()[m_segment].mediaStart);
     for (;;) {

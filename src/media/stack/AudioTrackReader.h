@@ -34,6 +34,7 @@ private:
 
     // From the track's samples to media positions.
     [[nodiscard]] int64_t inputPosition(int64_t ticks) const;
+    [[nodiscard]] int64_t packetPosition(int number) const;
     void seekInput(int64_t from);
     [[nodiscard]] Result<void> decodeNext();
     void append(const AVFrame& frame);

@@ -33,7 +33,7 @@ template <class T> using AvHandle = std::unique_ptr<T, AvFree>;
 [[nodiscard]] inline AvHandle<AVFrame> makeAvFrame() { return AvHandle<AVFrame>(av_frame_alloc()); }
 [[nodiscard]] inline AvHandle<AVPacket> makeAvPacket() { return AvHandle<AVPacket>(av_packet_alloc()); }
 
-/// An error of domain "Media" with libav's code, reading "<operation> <subject>: <libav's words>".
+/// An error of domain "Media" with libav's code, reading "<operation> <subject>: <why>" in words of our own.
 [[nodiscard]] Error avError(int code, const QString& operation, const QString& subject);
 [[nodiscard]] inline tl::unexpected<Error> avFailure(int code, const QString& operation, const QString& subject)
 {

@@ -1,6 +1,7 @@
 #include "media/stack/MovBoxes.h"
 
-#include <QtEndian>
+#include "media/stack/BoxBytes.h"
+#include "media/stack/FragmentRuns.h"
 
 #include <algorithm>
 
@@ -9,77 +10,10 @@ namespace kelmo {
 namespace {
 
 constexpr int64_t largestMovieBox = 512LL << 20;
-
-constexpr uint32_t tag(const char (&name)[5])
-{
-    return uint32_t(uint8_t(name[0])) << 24 | uint32_t(uint8_t(name[1])) << 16 | uint32_t(uint8_t(name[2])) << 8
-        | uint32_t(uint8_t(name[3]));
-}
-
-/// A stretch of bytes read from its front, which answers 0 once it has run out.
-class Bytes {
-public:
-    Bytes(const char* data, int64_t size)
-        : m_data(data)
-        , m_left(size)
-    {
-    }
-
-    [[nodiscard]] int64_t left() const { return m_left; }
-    [[nodiscard]] const char* here() const { return m_data; }
-    void skip(int64_t count) { take(count); }
-    uint8_t u8() { return number<uint8_t>(); }
-    uint32_t u32() { return number<uint32_t>(); }
-    uint64_t u64() { return number<uint64_t>(); }
-
-    /// The next `count` bytes, or as many as there are.
-    Bytes take(int64_t count)
-    {
-        count = std::clamp<int64_t>(count, 0, m_left);
-        const Bytes part(m_data, count);
-        m_data += count;
-        m_left -= count;
-        return part;
-    }
-
-    /// The next box inside these bytes: its type and its body. False at the end.
-    bool nextBox(uint32_t& type, Bytes& body)
-    {
-        if (m_left < 8)
-            return false;
-        uint64_t size = u32();
-        type = u32();
-        uint64_t head = 8;
-        if (size == 1) {
-            size = u64();
-            head = 16;
-        } else if (size == 0) {
-            size = uint64_t(m_left) + head;
-        }
-        if (size < head)
-            return false;
-        body = take(int64_t(std::min<uint64_t>(size - head, uint64_t(m_left))));
-        return true;
-    }
-
-private:
-    template <class T> T number()
-    {
-        if (m_left < int64_t(sizeof(T))) {
-            m_left = 0;
-            return 0;
-        }
-        const T value = qFromBigEndian<T>(m_data);
-        skip(sizeof(T));
-        return value;
-    }
-
-    const char* m_data;
-    int64_t m_left;
-};
+constexpr int64_t largestFragmentBox = 64LL << 20;
 
 /// The clock of an `mvhd` or `mdhd` body, which share their first fields.
-MovBoxes::Clock clockOf(Bytes header)
+MovBoxes::Clock clockOf(BoxBytes header)
 {
     const bool wide = header.u8() == 1;
     header.skip(3 + (wide ? 16 : 8));
@@ -89,14 +23,14 @@ MovBoxes::Clock clockOf(Bytes header)
     return {timescale, unknown ? 0 : int64_t(duration)};
 }
 
-int trackIdOf(Bytes header)
+int trackIdOf(BoxBytes header)
 {
     const bool wide = header.u8() == 1;
     header.skip(3 + (wide ? 16 : 8));
     return int(header.u32());
 }
 
-std::vector<MovBoxes::Edit> editsOf(Bytes list)
+std::vector<MovBoxes::Edit> editsOf(BoxBytes list)
 {
     const bool wide = list.u8() == 1;
     list.skip(3);
@@ -124,21 +58,23 @@ public:
 
     void read()
     {
-        Bytes movie(m_boxes.movie.constData(), m_boxes.movie.size());
+        BoxBytes movie(m_boxes.movie.constData(), m_boxes.movie.size());
         uint32_t type = 0;
-        Bytes body(nullptr, 0);
+        BoxBytes body(nullptr, 0);
         while (movie.nextBox(type, body)) {
-            if (type == tag("mvhd"))
+            if (type == tag("mvhd")) {
                 m_boxes.movieTimescale = clockOf(body).timescale;
-            else if (type == tag("trak"))
+                m_boxes.movieDuration = clockOf(body).duration;
+            } else if (type == tag("trak")) {
                 readTrack(body);
-            else if (type == tag("mvex"))
+            } else if (type == tag("mvex")) {
                 m_boxes.isPlain = false;
+            }
         }
     }
 
 private:
-    void readTrack(Bytes boxes)
+    void readTrack(BoxBytes boxes)
     {
         int id = 0;
         MovBoxes::TrackBoxes found;
@@ -153,10 +89,10 @@ private:
             || (parent == tag("mdia") && type == tag("minf")) || (parent == tag("minf") && type == tag("stbl"));
     }
 
-    void readTrackBoxes(uint32_t parent, Bytes boxes, int& id, MovBoxes::TrackBoxes& found)
+    void readTrackBoxes(uint32_t parent, BoxBytes boxes, int& id, MovBoxes::TrackBoxes& found)
     {
         uint32_t type = 0;
-        Bytes body(nullptr, 0);
+        BoxBytes body(nullptr, 0);
         for (const char* box = boxes.here(); boxes.nextBox(type, body); box = boxes.here()) {
             if (type == tag("tkhd"))
                 id = trackIdOf(body);
@@ -171,7 +107,7 @@ private:
         }
     }
 
-    void noteTable(uint32_t type, Bytes body, int64_t typeAt, MovBoxes::SampleTables& tables)
+    void noteTable(uint32_t type, BoxBytes body, int64_t typeAt, MovBoxes::SampleTables& tables)
     {
         tables.hasOthers = tables.hasOthers || saysMore(type, body);
         tables.wideOffsets = tables.wideOffsets || type == tag("co64");
@@ -182,7 +118,7 @@ private:
     }
 
     /// Whether a box tells of more key samples, or of sizes in another way.
-    static bool saysMore(uint32_t type, Bytes body)
+    static bool saysMore(uint32_t type, BoxBytes body)
     {
         body.skip(4);
         return type == tag("stps") || type == tag("stz2") || (type == tag("sbgp") && body.u32() == tag("rap "));
@@ -219,10 +155,11 @@ MovBoxes MovBoxes::read(QFile& file)
 {
     MovBoxes boxes;
     const int64_t fileSize = file.size();
+    FragmentRuns runs(fileSize);
     int64_t at = 0;
     while (at + 8 <= fileSize && file.seek(at)) {
         const QByteArray head = file.read(16);
-        Bytes bytes(head.constData(), head.size());
+        BoxBytes bytes(head.constData(), head.size());
         uint64_t size = bytes.u32();
         const uint32_t type = bytes.u32();
         int64_t headSize = 8;
@@ -236,6 +173,10 @@ MovBoxes MovBoxes::read(QFile& file)
             break;
         const int64_t end = at + int64_t(size);
         boxes.isPlain = boxes.isPlain && type != tag("moof");
+        if (type == tag("moof") && file.seek(at + headSize)) {
+            const QByteArray fragment = file.read(std::min({int64_t(size) - headSize, fileSize, largestFragmentBox}));
+            runs.readFragment({fragment.constData(), fragment.size()}, at + headSize);
+        }
         if (type == tag("mdat"))
             boxes.mediaData.push_back({at + headSize, std::min(end, fileSize)});
         if (type == tag("moov") && boxes.hasMovie) {
@@ -245,9 +186,11 @@ MovBoxes MovBoxes::read(QFile& file)
             boxes.isPlain = boxes.hasMovie = true;
             boxes.movie = file.read(int64_t(size) - headSize);
             MovieReader(boxes, at + headSize).read();
+            runs.readDefaults({boxes.movie.constData(), boxes.movie.size()});
         }
         at = end;
     }
+    boxes.corrections = runs.corrections();
     return boxes;
 }
 
@@ -256,6 +199,11 @@ bool MovBoxes::isMediaData(int64_t start, int64_t end) const
     const auto next = std::upper_bound(
         mediaData.begin(), mediaData.end(), start, [](int64_t at, const ByteRange& range) { return at < range.start; });
     return next != mediaData.begin() && end <= std::prev(next)->end;
+}
+
+bool MovBoxes::hasEdits() const
+{
+    return std::any_of(tracks.begin(), tracks.end(), [](const auto& track) { return !track.second.edits.empty(); });
 }
 
 } // namespace kelmo

@@ -33,6 +33,11 @@ struct MovBoxes {
         bool wideOffsets = false;
         bool hasOthers = false; ///< There are tables of a rarer kind that say more about samples.
     };
+    /// Four bytes to be read as another number, big-endian, than they are.
+    struct Patch {
+        int64_t at = 0; ///< Bytes from the start of the file.
+        uint32_t number = 0;
+    };
     struct Clock {
         int64_t timescale = 0; ///< Ticks a second.
         int64_t duration = 0; ///< Ticks; 0 when unknown.
@@ -47,7 +52,9 @@ struct MovBoxes {
     std::map<int, TrackBoxes> tracks; ///< By track id; their tables point into `movie`.
     QByteArray movie; ///< The body of the `moov` box.
     std::vector<int64_t> tableTypes; ///< Where in the file the types of the sample tables' boxes stand, ascending.
+    std::vector<Patch> corrections; ///< Of sample counts that nothing in the file can back up, ascending.
     int64_t movieTimescale = 0;
+    int64_t movieDuration = 0; ///< Ticks of the movie; 0 when unknown.
     bool hasMovie = false; ///< A whole `moov` box was there.
     bool isPlain = false; ///< There is one `moov` box, which lists all samples of tracks that are told apart.
 
@@ -55,6 +62,7 @@ struct MovBoxes {
     [[nodiscard]] static MovBoxes read(QFile& file);
 
     [[nodiscard]] bool isMediaData(int64_t start, int64_t end) const;
+    [[nodiscard]] bool hasEdits() const; ///< Of any track.
 };
 
 } // namespace kelmo

@@ -66,13 +66,15 @@ std::vector<int32_t> inDisplayOrder(const std::vector<Sample>& samples)
 
 } // namespace
 
-SampleIndex::SampleIndex(
-    std::vector<Sample> samples, std::vector<EditSegment> edits, Ratio timeBase, int64_t lastDuration)
+SampleIndex::SampleIndex(std::vector<Sample> samples, std::vector<EditSegment> edits, Ratio timeBase,
+    int64_t lastDuration, int64_t heldUntil)
     : m_samples(std::move(samples))
     , m_edits(std::move(edits))
     , m_timeBase(timeBase)
 {
     present(lastDuration);
+    if (!m_displays.empty())
+        m_presentEnd = std::max(m_presentEnd, heldUntil);
     findReorderDepth();
 }
 

@@ -39,8 +39,10 @@ public:
 
     SampleIndex() = default;
     /// `edits` empty means that the media is presented as it is. `lastDuration` is how long the last sample lasts, in
-    /// ticks; not positive when the container does not say.
-    SampleIndex(std::vector<Sample> samples, std::vector<EditSegment> edits, Ratio timeBase, int64_t lastDuration);
+    /// ticks; not positive when the container does not say. What is shown last is held until presentation tick
+    /// `heldUntil` at least.
+    SampleIndex(std::vector<Sample> samples, std::vector<EditSegment> edits, Ratio timeBase, int64_t lastDuration,
+        int64_t heldUntil = 0);
 
     [[nodiscard]] const std::vector<Sample>& samples() const { return m_samples; }
     [[nodiscard]] const std::vector<Display>& displays() const { return m_displays; } ///< Ascending by `present`.

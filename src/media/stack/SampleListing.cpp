@@ -1,6 +1,7 @@
 #include "media/stack/SampleListing.h"
 
 #include "media/stack/OutputOrder.h"
+#include "media/stack/PacketLengths.h"
 
 namespace kelmo {
 
@@ -32,7 +33,51 @@ std::vector<std::unique_ptr<OutputOrder>> outputOrders(const AVFormatContext& in
     return orders;
 }
 
+/// Notes how much sound the packets of a stream hold, as long as each of them tells.
+class LengthNotes {
+public:
+    explicit LengthNotes(const AVCodecParameters& parameters)
+        : m_lengths(parameters)
+    {
+    }
+
+    void add(const AVPacket& packet, bool isListed, std::vector<int>& noted)
+    {
+        const std::optional<int> length = m_lengths.next(packet);
+        m_areKnown = m_areKnown && length;
+        if (!m_areKnown)
+            noted.clear();
+        else if (isListed)
+            noted.push_back(*length);
+    }
+
+private:
+    PacketLengths m_lengths;
+    bool m_areKnown = true;
+};
+
+/// One for each wanted stream of sound, by the stream's index, where the media is read.
+std::map<int, LengthNotes> lengthNotes(const AVFormatContext& input, const std::set<int>& wanted)
+{
+    std::map<int, LengthNotes> notes;
+    for (const int stream : wanted) {
+        if (!(input.flags & AVFMT_FLAG_NOPARSE) && input.streams[stream]->codecpar->codec_type == AVMEDIA_TYPE_AUDIO)
+            notes.try_emplace(stream, *input.streams[stream]->codecpar);
+    }
+    return notes;
+}
+
 } // namespace
+
+std::optional<int64_t> StreamSamples::start() const
+{
+    std::optional<int64_t> start;
+    for (const Sample& sample : samples) {
+        if (sample.size > 0)
+            start = std::min(start.value_or(sample.pts), sample.pts);
+    }
+    return start;
+}
 
 void StreamSamples::settleLastDuration(int64_t wholeLength, int64_t ticksPerSecond)
 {
@@ -48,13 +93,17 @@ std::optional<std::vector<StreamSamples>> listSamples(
 {
     std::vector<StreamSamples> streams(input.nb_streams);
     std::vector<std::unique_ptr<OutputOrder>> orders = outputOrders(input, wanted);
+    std::map<int, LengthNotes> notes = lengthNotes(input, wanted);
     const AvHandle<AVPacket> packet = makeAvPacket();
     size_t total = 0;
     while (av_read_frame(&input, packet.get()) >= 0) {
         const Sample sample = sampleIn(*packet);
         const auto stream = size_t(packet->stream_index);
-        if (stream < streams.size() && wanted.contains(packet->stream_index) && isSane(sample.pts) && isSane(sample.dts)
-            && isWhole(sample, fileSize)) {
+        const bool isListed = stream < streams.size() && wanted.contains(packet->stream_index) && isSane(sample.pts)
+            && isSane(sample.dts) && isWhole(sample, fileSize);
+        if (const auto note = notes.find(packet->stream_index); note != notes.end())
+            note->second.add(*packet, isListed, streams[stream].lengths);
+        if (isListed) {
             streams[stream].samples.push_back(sample);
             streams[stream].lastDuration = packet->duration;
             ++total;

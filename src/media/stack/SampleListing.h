@@ -20,14 +20,19 @@ constexpr uint32_t mostSamples = 200'000'000; ///< More than a week of the dense
 struct StreamSamples {
     std::vector<Sample> samples; ///< In decoding order.
     int64_t lastDuration = 0; ///< How long the last one lasts; not positive when nobody says.
+    bool isComplete = false; ///< Everything that the tables list is in the file.
+    std::vector<int> lengths; ///< Samples of sound in each; empty when unknown, or when the times are exact anyway.
+
+    /// When the first of them shows or sounds, in ticks; nullopt if all are empty.
+    [[nodiscard]] std::optional<int64_t> start() const;
 
     /// The last sample lasts for what the others leave of the media's whole length, which is exact where what is said
     /// of single samples may be an average. An absurd rest changes nothing. Lengths in ticks.
     void settleLastDuration(int64_t wholeLength, int64_t ticksPerSecond);
 };
 
-/// Steps through the whole file and notes every sample of the wanted streams, one entry for each stream. None when
-/// there are more than anybody can use.
+/// Steps through the whole file and notes every sample of the wanted streams, one entry for each stream, and, unless
+/// the input leaves parsing out, how much sound each holds. None when there are more than anybody can use.
 [[nodiscard]] std::optional<std::vector<StreamSamples>> listSamples(
     AVFormatContext& input, const std::set<int>& wanted, int64_t fileSize);
 

@@ -69,12 +69,11 @@ void SoundPump::prepareMixer(const Order& order)
         return;
     const Composition& composition = *order.item->composition;
     if (!m_mixer) {
-        Result<std::unique_ptr<AudioMixer>> opened = AudioMixer::open(composition.audio, order.item->ramps);
-        m_mixer = opened ? std::move(*opened) : nullptr;
-        if (!opened)
-            Log::line(u"sound", QStringLiteral("playing without sound: ") % userText(opened.error()));
-    } else if (Result<void> replaced = m_mixer->replace(composition.audio, order.item->ramps); !replaced) {
-        m_mixer.reset();
+        m_mixer = std::make_unique<AudioMixer>(composition.audio, order.item->ramps);
+        for (const Error& silence : m_mixer->silences())
+            Log::line(u"sound", QStringLiteral("a track is silent: ") % logText(silence));
+    } else {
+        m_mixer->replace(composition.audio, order.item->ramps);
     }
     m_item = order.item;
 }

@@ -1,5 +1,7 @@
 #include "media/stack/TableIO.h"
 
+#include "media/stack/BoxBytes.h"
+
 namespace kelmo {
 
 namespace {
@@ -25,9 +27,18 @@ bool TableIO::open()
     if (!m_file.open(QIODevice::ReadOnly))
         return false;
     m_boxes = MovBoxes::read(m_file);
+    m_patches = m_boxes.corrections;
     auto* buffer = static_cast<uint8_t*>(av_malloc(bufferSize));
     m_context = avio_alloc_context(buffer, bufferSize, 0, this, &TableIO::read, nullptr, &TableIO::seek);
     return m_context != nullptr;
+}
+
+void TableIO::hideTables()
+{
+    for (const int64_t type : m_boxes.tableTypes)
+        m_patches.push_back({type, tag("free")});
+    std::sort(m_patches.begin(), m_patches.end(),
+        [](const MovBoxes::Patch& a, const MovBoxes::Patch& b) { return a.at < b.at; });
 }
 
 void TableIO::skipMediaData()
@@ -56,8 +67,7 @@ int TableIO::read(void* opaque, uint8_t* buffer, int size)
     const qint64 got = io->m_file.read(reinterpret_cast<char*>(buffer), size);
     if (got < 0)
         return AVERROR(EIO);
-    if (io->m_hide)
-        io->hideTablesIn(buffer, got);
+    io->patch(buffer, got);
     io->m_position += got;
     return got == 0 ? AVERROR_EOF : int(got);
 }
@@ -77,15 +87,15 @@ int64_t TableIO::seek(void* opaque, int64_t offset, int whence)
     return offset;
 }
 
-/// Makes free space of the tables whose types lie in the `count` bytes from the current position on.
-void TableIO::hideTablesIn(uint8_t* buffer, int64_t count) const
+/// Puts the patches among the `count` bytes from the current position on.
+void TableIO::patch(uint8_t* buffer, int64_t count) const
 {
-    static constexpr char freeSpace[] = "free";
-    const std::vector<int64_t>& types = m_boxes.tableTypes;
-    auto type = std::upper_bound(types.begin(), types.end(), m_position - 4);
-    for (; type != types.end() && *type < m_position + count; ++type) {
-        for (int64_t i = std::max<int64_t>(0, m_position - *type); i < 4 && *type + i < m_position + count; ++i)
-            buffer[*type + i - m_position] = uint8_t(freeSpace[i]);
+    auto patch = std::upper_bound(m_patches.begin(), m_patches.end(), m_position - 4,
+        [](int64_t at, const MovBoxes::Patch& each) { return at < each.at; });
+    for (; patch != m_patches.end() && patch->at < m_position + count; ++patch) {
+        const uint32_t bytes = qToBigEndian(patch->number);
+        for (int64_t i = std::max<int64_t>(0, m_position - patch->at); i < 4 && patch->at + i < m_position + count; ++i)
+            buffer[patch->at + i - m_position] = reinterpret_cast<const uint8_t*>(&bytes)[i];
     }
 }
 

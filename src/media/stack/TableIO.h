@@ -10,8 +10,8 @@ namespace kelmo {
 
 /// A file as libav reads it while the tables are built. With `hideTables` it finds no sample tables in it, which are
 /// read by us in a fraction of the time. With `skipMediaData` bytes inside `mdat` bodies are not read from disk: the
-/// demuxer needs to step over them, and nobody looks at what they hold. Owned by whoever opens the file, and outlives
-/// what libav opens on it; any one thread.
+/// demuxer needs to step over them, and nobody looks at what they hold. Absurd sample counts read as possible ones.
+/// Owned by whoever opens the file, and outlives what libav opens on it; any one thread.
 class TableIO {
 public:
     explicit TableIO(const QString& path);
@@ -20,7 +20,7 @@ public:
     TableIO& operator=(const TableIO&) = delete;
 
     [[nodiscard]] bool open(); ///< Reads the boxes, too. False when the file cannot be read; `reason` says why.
-    void hideTables() { m_hide = true; }
+    void hideTables(); ///< Requires: open.
     void skipMediaData(); ///< Requires: open.
 
     /// Reads the media data of a sample, whatever is skipped or hidden. False when the file does not have it whole.
@@ -34,13 +34,13 @@ public:
 private:
     static int read(void* opaque, uint8_t* buffer, int size);
     static int64_t seek(void* opaque, int64_t offset, int whence);
-    void hideTablesIn(uint8_t* buffer, int64_t count) const;
+    void patch(uint8_t* buffer, int64_t count) const;
 
     QFile m_file;
     MovBoxes m_boxes;
     AVIOContext* m_context = nullptr;
     int64_t m_position = 0; ///< Bytes from the start of the file.
-    bool m_hide = false;
+    std::vector<MovBoxes::Patch> m_patches; ///< What libav reads in place of what is there, ascending.
     bool m_skip = false;
 };
 

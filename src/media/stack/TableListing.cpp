@@ -224,6 +224,7 @@ private:
     StreamSamples finished()
     {
         m_listed.lastDuration = m_lastDelta;
+        m_listed.isComplete = m_isComplete;
         const int64_t declared = m_track.clock.duration > 0 ? std::min(m_track.clock.duration, m_time) : m_time;
         if (m_isComplete)
             m_listed.settleLastDuration(declared, m_track.clock.timescale);

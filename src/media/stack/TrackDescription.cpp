@@ -1,5 +1,7 @@
 #include "media/stack/TrackDescription.h"
 
+#include "media/stack/SoundClock.h"
+
 extern "C" {
 #include <libavutil/display.h>
 }
@@ -46,10 +48,19 @@ void describeVideo(const AVStream& stream, Track& track)
     track.nominalFps = seconds > 0 ? double(track.index.displays().size()) / seconds : 0;
 }
 
+std::vector<int64_t> soundPositionsOf(const Track& track, std::span<const int> lengths)
+{
+    const Ratio timeBase = track.index.timeBase();
+    std::vector<int64_t> clock;
+    for (const Sample& sample : track.index.samples())
+        clock.push_back(scaled(sample.pts, timeBase.num * track.sampleRate, timeBase.den));
+    return lengths.size() == clock.size() ? soundPositions(clock, lengths, track.sampleRate) : std::vector<int64_t>();
+}
+
 /// The edit list as ticks of the track. A list that only says "from the start, everything" becomes one segment, too.
 std::vector<EditSegment> editSegments(const MovBoxes& boxes, int trackId, Ratio timeBase)
 {
-    const auto found = boxes.tracks.find(trackId);
+    const auto found = boxes.tracks.find(trackId); // None in other containers.
     if (found == boxes.tracks.end() || boxes.movieTimescale <= 0)
         return {};
     std::vector<EditSegment> segments;
@@ -66,16 +77,40 @@ std::vector<EditSegment> editSegments(const MovBoxes& boxes, int trackId, Ratio 
     return segments;
 }
 
+/// Everything, moved so that what the track's clock calls `zero` shows at time zero. Empty when there is no sample.
+std::vector<EditSegment> everything(const StreamSamples& listed, MediaTime zero, Ratio timeBase)
+{
+    const std::optional<int64_t> first = listed.start();
+    if (!first)
+        return {};
+    return {{*first, *first - ExactTime::of(zero).ticksNearest(timeBase), mostTicks}};
+}
+
+/// Until when the last picture of a movie is to be held: what its edit list says when the movie as a whole is as long.
+/// 0 for a file that was cut off.
+int64_t heldUntil(
+    const MovBoxes& boxes, const std::vector<EditSegment>& edits, Ratio timeBase, const StreamSamples& listed)
+{
+    if (edits.empty() || boxes.movieTimescale <= 0 || !listed.isComplete || edits.back().duration >= mostTicks)
+        return 0;
+    const int64_t movieEnd = scaled(boxes.movieDuration + 1, timeBase.den, boxes.movieTimescale * timeBase.num);
+    const int64_t end = edits.back().presentStart + edits.back().duration;
+    return end <= movieEnd ? end : 0;
+}
+
 } // namespace
 
-Track describedTrack(const AVStream& stream, StreamSamples listed, const MovBoxes& boxes, bool isMov)
+Track describedTrack(const AVStream& stream, StreamSamples listed, const MovBoxes& boxes, MediaTime zero)
 {
     Track track;
     track.stream = stream.index;
     track.type = stream.codecpar->codec_type == AVMEDIA_TYPE_VIDEO ? MediaType::Video : MediaType::Audio;
     const Ratio timeBase{stream.time_base.num, stream.time_base.den};
-    track.index = SampleIndex(std::move(listed.samples),
-        isMov ? editSegments(boxes, stream.id, timeBase) : std::vector<EditSegment>(), timeBase, listed.lastDuration);
+    std::vector<EditSegment> edits = editSegments(boxes, stream.id, timeBase);
+    const int64_t held = track.type == MediaType::Video ? heldUntil(boxes, edits, timeBase, listed) : 0;
+    if (edits.empty())
+        edits = everything(listed, zero, timeBase);
+    track.index = SampleIndex(std::move(listed.samples), std::move(edits), timeBase, listed.lastDuration, held);
     track.range = track.index.range();
     AvHandle<AVCodecParameters> parameters(avcodec_parameters_alloc());
     avcodec_parameters_copy(parameters.get(), stream.codecpar);
@@ -85,6 +120,8 @@ Track describedTrack(const AVStream& stream, StreamSamples listed, const MovBoxe
     track.channels = stream.codecpar->ch_layout.nb_channels;
     if (track.type == MediaType::Video)
         describeVideo(stream, track);
+    else
+        track.soundPositions = soundPositionsOf(track, listed.lengths);
     return track;
 }
 
