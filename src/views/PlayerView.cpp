@@ -91,10 +91,12 @@ void PlayerView::paintEvent(QPaintEvent*)
     const QPoint corner((box.width() - shown.width()) / 2, (box.height() - shown.height()) / 2);
     painter.scale(1 / ratio, 1 / ratio);
     const QRectF place(corner + toWhole, shown);
-    if (fits)
+    if (fits) {
         painter.drawImage(place.topLeft(), *picture);
-    else
+    } else {
+        painter.setRenderHint(QPainter::SmoothPixmapTransform);
         painter.drawImage(place, *picture);
+    }
     roundCorners(painter, place, cornerRadius * ratio);
 }
 

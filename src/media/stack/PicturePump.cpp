@@ -58,10 +58,13 @@ void PicturePump::setRunning(bool running, double rate)
 
 void PicturePump::setBox(QSize pixels)
 {
-    const std::lock_guard lock(m_mutex);
-    m_boxChanged = m_boxChanged || pixels != m_box;
-    m_box = pixels;
-    m_changed.notify_all();
+    {
+        const std::lock_guard lock(m_mutex);
+        m_boxChanged = m_boxChanged || pixels != m_box;
+        m_box = pixels;
+        m_changed.notify_all();
+    }
+    m_presenter.wake(); // Its lock comes before ours.
 }
 
 bool PicturePump::isInterrupted()
@@ -87,8 +90,10 @@ void PicturePump::run()
             m_order = {m_order.epoch, m_order.edition, m_order.item, m_running ? m_clock() : m_order.start,
                 m_order.playing, false};
         m_servedBox = m_box;
-        m_boxChanged = false;
+        const bool resized = std::exchange(m_boxChanged, false);
         lock.unlock();
+        if (resized)
+            m_presenter.dropWaiting();
         serve();
         lock.lock();
     }
@@ -107,6 +112,7 @@ void PicturePump::serve()
         m_landed(m_order.epoch);
         return;
     }
+    m_refined = m_order.playing;
     if (m_order.goesOn) {
         makeAhead(m_order.start);
         return;
@@ -172,25 +178,45 @@ void PicturePump::showNearby(const Order& order, const PictureMoment& wanted)
         m_presenter.land({image, near->start, near->end, order.epoch, order.edition});
 }
 
-/// Waits for the order to go ahead. Meanwhile a picture that is looked at for a while is scaled with care, and the
-/// decoders are brought to where playing would go on.
-void PicturePump::rest()
+/// Whether nothing but `alsoMoved` happens for a while, asked under the lock.
+bool PicturePump::staysQuiet(const bool& alsoMoved)
 {
     std::unique_lock lock(m_mutex);
-    const auto moved = [this] { return m_ending || m_next || m_boxChanged || m_ahead; };
-    if (m_changed.wait_for(lock, settledAfter, moved))
+    return !m_changed.wait_for(lock, settledAfter, [&] { return m_ending || m_next || m_boxChanged || alsoMoved; });
+}
+
+/// Makes the first picture again, scaled with care.
+void PicturePump::refine(const PictureMaker::Stop& stop)
+{
+    m_refined = true;
+    const PictureMaker::Image image = m_maker.make(m_first, m_servedBox, {Use::Look, Scaling::Fine, stop});
+    if (image)
+        m_presenter.refine({image, m_first.start, m_first.end, m_order.epoch, m_order.edition});
+}
+
+/// Waits for the order to go ahead. Meanwhile a picture that is looked at for a while is refined, and the decoders are
+/// brought to where playing would go on.
+void PicturePump::rest()
+{
+    if (!staysQuiet(m_ahead))
         return;
-    lock.unlock();
+    const auto moved = [this] { return m_ending || m_next || m_boxChanged || m_ahead; };
     const auto stop = [this, moved] {
         const std::lock_guard lock(m_mutex);
         return moved();
     };
-    const PictureMaker::Image image = m_maker.make(m_first, m_servedBox, {Use::Look, Scaling::Fine, stop});
-    if (image)
-        m_presenter.land({image, m_first.start, m_first.end, m_order.epoch, m_order.edition});
+    refine(stop);
     m_maker.getInStep(m_first, stop);
-    lock.lock();
+    std::unique_lock lock(m_mutex);
     m_changed.wait(lock, moved);
+}
+
+/// The same for an order that went ahead before its picture had been looked at for long: once enough is made for
+/// playing to begin, and it does not.
+void PicturePump::settle()
+{
+    if (!m_refined && staysQuiet(m_running))
+        refine([this] { return isInterrupted() || playingRate(); });
 }
 
 /// Where to go on when the clock is past `time`: what nobody will see any more need not be made.
@@ -212,9 +238,13 @@ void PicturePump::makeAhead(MediaTime from)
         m_maker.prepareJoin(time, joinLead);
         PictureMaker::Image image
             = m_maker.make(moment, m_servedBox, {Use::Run, Scaling::Fast, [this] { return isInterrupted(); }});
-        if (isInterrupted()
-            || (image
-                && !m_presenter.push({std::move(image), moment.start, moment.end, m_order.epoch, m_order.edition})))
+        if (isInterrupted())
+            return;
+        if (!m_presenter.hasRoom())
+            settle();
+        if (image
+            && !m_presenter.push({std::move(image), moment.start, moment.end, m_order.epoch, m_order.edition},
+                [this] { return isInterrupted(); }))
             return;
         if (const std::optional<double> rate = playingRate()) {
             m_pace.note((m_clock() - moment.end).ms(), MonotonicClock::nowMs());
@@ -222,6 +252,7 @@ void PicturePump::makeAhead(MediaTime from)
         }
         time = moment.end;
     }
+    settle();
 }
 
 } // namespace kelmo

@@ -40,7 +40,10 @@ private:
     [[nodiscard]] bool land();
     [[nodiscard]] bool attend();
     void showNearby(const Order& order, const PictureMoment& wanted);
+    [[nodiscard]] bool staysQuiet(const bool& alsoMoved);
+    void refine(const PictureMaker::Stop& stop);
     void rest();
+    void settle();
     void makeAhead(MediaTime from);
     [[nodiscard]] MediaTime caughtUp(MediaTime time);
     [[nodiscard]] std::optional<double> playingRate();
@@ -65,6 +68,7 @@ private:
     Order m_order;
     QSize m_servedBox;
     PictureMoment m_first;
+    bool m_refined = false; ///< Whether the first picture is as good as it gets, or need not be.
     int m_attended = 0; ///< The latest epoch that something nearby was looked for.
     PlayingPace m_pace;
     std::thread m_thread;

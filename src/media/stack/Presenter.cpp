@@ -74,16 +74,44 @@ void Presenter::land(Picture picture)
         show(std::move(picture));
 }
 
-bool Presenter::push(Picture picture)
+void Presenter::refine(Picture picture)
+{
+    const std::lock_guard lock(m_mutex);
+    const bool isSame = picture.epoch == m_shown.epoch && picture.edition == m_shown.edition
+        && picture.start == m_shown.start && picture.edition == m_edition;
+    if (isSame)
+        show(std::move(picture));
+}
+
+bool Presenter::push(Picture picture, const std::function<bool()>& stop)
 {
     std::unique_lock lock(m_mutex);
-    const auto isOver = [&] { return m_epoch != picture.epoch || m_edition != picture.edition; };
+    const auto isOver = [&] { return m_epoch != picture.epoch || m_edition != picture.edition || stop(); };
     m_changed.wait(lock, [&] { return isOver() || m_waiting.size() < capacity; });
     if (isOver())
         return false;
     m_waiting.push_back(std::move(picture));
     m_changed.notify_all();
     return true;
+}
+
+bool Presenter::hasRoom() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_waiting.size() < capacity;
+}
+
+void Presenter::wake()
+{
+    const std::lock_guard lock(m_mutex);
+    m_changed.notify_all();
+}
+
+void Presenter::dropWaiting()
+{
+    const std::lock_guard lock(m_mutex);
+    m_waiting.clear();
+    m_changed.notify_all();
 }
 
 void Presenter::setRunning(bool running, double rate)

@@ -41,8 +41,14 @@ public:
         int edition, MediaTime shift, MediaTime until, const std::function<bool()>& moveClock);
     /// Shows the picture at once, if it belongs to the current edition and nothing newer is on show.
     void land(Picture picture);
-    /// Adds a picture; waits while there are enough. False when its epoch or edition is over.
-    [[nodiscard]] bool push(Picture picture);
+    /// Exchanges the picture on show for a better image of the same moment. Does nothing if another one is on show.
+    void refine(Picture picture);
+    /// Adds a picture; waits while there are enough. False if its epoch or edition is over, or once `stop` holds,
+    /// which is asked under a lock: before the wait and at every wake().
+    [[nodiscard]] bool push(Picture picture, const std::function<bool()>& stop);
+    [[nodiscard]] bool hasRoom() const; ///< Whether push() does not wait.
+    void wake();
+    void dropWaiting();
     void setRunning(bool running, double rate);
     void forget(); ///< Shows nothing.
 

@@ -332,6 +332,62 @@ TEST_F(PlayerTest, pictureBoxEmptyNothingIsDecoded)
     EXPECT_EQ(shownNumber(), 15);
 }
 
+TEST_F(PlayerTest, pausedPictureIsScaledWithCareAtEverySizeAndWhateverIsMadeAhead)
+{
+    const std::shared_ptr<const PlayerItem> whole = item(movie(QStringLiteral("a.mov"), 3), {{0, 3000}});
+    PictureMaker maker;
+    maker.setItem(whole);
+    const auto made = [&](int atMs, QSize box, Scaling scaling) {
+        const PictureMoment moment = maker.grid().exactAt(MediaTime::fromMs(atMs));
+        return *maker.make(moment, box, {PictureMaker::Use::Look, scaling, {}});
+    };
+    const auto shows = [&](const QImage& wanted) {
+        return waitUntil([&] { return m_player->picture() && *m_player->picture() == wanted; });
+    };
+    struct Case {
+        const char* name;
+        int atMs;
+        bool ahead;
+    };
+    for (const Case& each : {Case{"seek", 500, false}, Case{"open or edit, which make ahead", 900, true},
+             Case{"less is left than what is made ahead", 2900, true}}) {
+        for (const QSize box : {QSize(200, 112), QSize(260, 146), QSize(500, 281), QSize(200, 112)}) {
+            ASSERT_FALSE(made(each.atMs, box, Scaling::Fine) == made(each.atMs, box, Scaling::Fast));
+            m_player->setPictureBox(box); // From the second on, all that is made ahead has been by now.
+            if (box == QSize(200, 112)) {
+                m_player->setItem(whole, MediaTime::fromMs(each.atMs), [&](bool) {
+                    if (each.ahead)
+                        m_player->preroll();
+                });
+            }
+            EXPECT_TRUE(shows(made(each.atMs, box, Scaling::Fine))) << each.name << " at width " << box.width();
+        }
+    }
+}
+
+TEST_F(PlayerTest, resizedWhilePlayingEveryPictureThatFollowsHasTheNewSize)
+{
+    m_player->setItem(item(movie(QStringLiteral("a.mov"), 10), {{0, 10'000}}));
+    m_player->play(1);
+    ASSERT_TRUE(waitUntil([&] { return m_player->position().ms() > 300; }));
+    for (const int width : {160, 480, 240}) {
+        m_player->setPictureBox({width, width * 9 / 16});
+        ASSERT_TRUE(waitUntil([&] { return m_player->picture()->width() == width; })) << width;
+        int others = 0;
+        int last = shownNumber().value_or(0);
+        int backwards = 0;
+        const QMetaObject::Connection looking = QObject::connect(m_player.get(), &Player::pictureChanged, [&] {
+            others += m_player->picture()->width() != width;
+            backwards += shownNumber().value_or(0) < std::exchange(last, shownNumber().value_or(0));
+        });
+        const double from = m_player->position().ms();
+        ASSERT_TRUE(waitUntil([&] { return m_player->position().ms() > from + 500; }));
+        QObject::disconnect(looking);
+        EXPECT_EQ(others, 0) << width;
+        EXPECT_EQ(backwards, 0) << width;
+    }
+}
+
 TEST_F(PlayerTest, fileTruncatedWhilePlayingGoesOnToTheEndWithoutIt)
 {
     const std::shared_ptr<const Asset> asset = movie(QStringLiteral("a.mov"), 10);
