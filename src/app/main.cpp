@@ -7,6 +7,7 @@
 #include "media/stack/EncoderProbe.h"
 #include "platform/MonotonicClock.h"
 #include "platform/QuitSignals.h"
+#include "platform/RuntimeFolder.h"
 #include "views/DarkStyle.h"
 
 #include <QApplication>
@@ -95,6 +96,7 @@ int main(int argc, char** argv)
         return 0;
     }
     choosePlatform(commandLine.background);
+    kelmo::RuntimeFolder::ensure();
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("kelmo-editor"));
     QApplication::setApplicationVersion(QStringLiteral(KELMO_VERSION));

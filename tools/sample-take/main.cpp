@@ -1,3 +1,4 @@
+#include "platform/RuntimeFolder.h"
 #include "tools/sample-take/SampleTake.h"
 
 #include <QGuiApplication>
@@ -39,6 +40,7 @@ int run(const QStringList& arguments)
 int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
+    kelmo::RuntimeFolder::ensure();
     const QGuiApplication application(argc, argv);
     return kelmo::run(QGuiApplication::arguments());
 }
