@@ -39,7 +39,7 @@ void AppDelegate::openNewest() { m_editor->openNewest(Editor::Opener::Person); }
 
 void AppDelegate::exportVideo() { m_editor->exportFromUI(); }
 
-void AppDelegate::share() { m_sharer->share(false); }
+void AppDelegate::share() { m_sharer->shareFromUI(); }
 
 void AppDelegate::closeWindow()
 {
@@ -90,6 +90,22 @@ void AppDelegate::quit()
     else
         QCoreApplication::quit();
 }
+
+bool AppDelegate::canUndo() const
+{
+    const QWidget* field = Responders::editedField();
+    return field ? field->property("undoAvailable").toBool() : m_editor->undo().canUndo();
+}
+
+bool AppDelegate::canRedo() const
+{
+    const QWidget* field = Responders::editedField();
+    return field ? field->property("redoAvailable").toBool() : m_editor->undo().canRedo();
+}
+
+QString AppDelegate::undoStep() const { return Responders::editedField() ? QString() : m_editor->undo().undoText(); }
+
+QString AppDelegate::redoStep() const { return Responders::editedField() ? QString() : m_editor->undo().redoText(); }
 
 bool AppDelegate::canTrim() const { return m_editor->sourceDurationMs() > 0; }
 

@@ -20,6 +20,8 @@ struct MainMenu::Row {
     void (AppDelegate::*command)() = nullptr;
     bool (AppDelegate::*isEnabled)() const = nullptr; ///< None for always.
     Keys keysGoTo = Keys::Command;
+    QString (AppDelegate::*step)() const = nullptr; ///< What the title ends with; may be empty.
+    QKeySequence otherKeys = {}; ///< Do the same and are not shown.
 };
 
 const std::vector<MainMenu::Row>& MainMenu::rows()
@@ -33,8 +35,9 @@ const std::vector<MainMenu::Row>& MainMenu::rows()
         {Place::File, u"Export"_s, Qt::CTRL | Qt::Key_E, &App::exportVideo},
         {Place::File, u"Share / Update Link"_s, Qt::CTRL | Qt::SHIFT | Qt::Key_S, &App::share},
         {Place::File, u"Close Window"_s, Qt::CTRL | Qt::Key_W, &App::closeWindow},
-        {Place::Edit, u"Undo"_s, Qt::CTRL | Qt::Key_Z, &App::undo, nullptr, Keys::FieldFirst},
-        {Place::Edit, u"Redo"_s, Qt::CTRL | Qt::SHIFT | Qt::Key_Z, &App::redo, nullptr, Keys::FieldFirst},
+        {Place::Edit, u"Undo"_s, Qt::CTRL | Qt::Key_Z, &App::undo, &App::canUndo, Keys::FieldFirst, &App::undoStep},
+        {Place::Edit, u"Redo"_s, Qt::CTRL | Qt::SHIFT | Qt::Key_Z, &App::redo, &App::canRedo, Keys::FieldFirst,
+            &App::redoStep, Qt::CTRL | Qt::Key_Y},
         {Place::Edit, {}, {}},
         {Place::Edit, u"Copy"_s, Qt::CTRL | Qt::Key_C, &App::copy, nullptr, Keys::FieldFirst},
         {Place::Edit, u"Select All"_s, Qt::CTRL | Qt::Key_A, &App::selectAll, nullptr, Keys::FieldFirst},
@@ -70,7 +73,7 @@ MainMenu::MainMenu(AppDelegate& delegate)
             continue;
         }
         QAction* action = menu.addAction(row.title);
-        action->setShortcut(row.keys);
+        action->setShortcuts({row.keys, row.otherKeys});
         action->setShortcutContext(Qt::ApplicationShortcut);
         connect(action, &QAction::triggered, &delegate, row.command);
         m_actions.push_back(action);
@@ -89,7 +92,7 @@ void MainMenu::addKeysTo(QWidget& window)
 bool MainMenu::comesBeforeFields(const QKeySequence& keys) const
 {
     for (size_t i = 0; i < m_actions.size(); ++i) {
-        if (m_actions[i] && m_actions[i]->isEnabled() && m_actions[i]->shortcut() == keys)
+        if (m_actions[i] && m_actions[i]->isEnabled() && m_actions[i]->shortcuts().contains(keys))
             return rows()[i].keysGoTo == Keys::Command;
     }
     return false;
@@ -98,9 +101,12 @@ bool MainMenu::comesBeforeFields(const QKeySequence& keys) const
 void MainMenu::validate()
 {
     for (size_t i = 0; i < m_actions.size(); ++i) {
-        const auto isEnabled = rows()[i].isEnabled;
-        if (m_actions[i])
-            m_actions[i]->setEnabled(!isEnabled || (m_delegate.*isEnabled)());
+        const Row& row = rows()[i];
+        if (!m_actions[i])
+            continue;
+        m_actions[i]->setEnabled(!row.isEnabled || (m_delegate.*row.isEnabled)());
+        if (row.step)
+            m_actions[i]->setText(QString(row.title % u' ' % (m_delegate.*row.step)()).trimmed());
     }
 }
 

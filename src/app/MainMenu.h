@@ -23,7 +23,7 @@ public:
     /// Whether keys are those of a command that comes before what a text field would do with them.
     [[nodiscard]] bool comesBeforeFields(const QKeySequence& keys) const;
 
-    void validate(); ///< Looks anew which commands can be given.
+    void validate(); ///< Updates which commands are enabled and what their titles name.
 
 private:
     struct Row;

@@ -30,6 +30,12 @@ void Editor::setStatus(std::optional<QString> status, StatusKind kind)
     Q_EMIT statusChanged();
 }
 
+void Editor::withdrawStatus(const QString& status)
+{
+    if (m_status == status)
+        setStatus(std::nullopt);
+}
+
 void Editor::setSelection(std::optional<Span> selection)
 {
     if (selection == m_selection)

@@ -70,6 +70,8 @@ public:
     [[nodiscard]] const std::optional<QString>& status() const { return m_status; } ///< One line for the user.
     [[nodiscard]] StatusKind statusKind() const { return m_statusKind; }
     void setStatus(std::optional<QString> status, StatusKind kind = StatusKind::Notice);
+    /// Clears the status if it still says this: what a problem says is no longer so.
+    void withdrawStatus(const QString& status);
     [[nodiscard]] const std::vector<Take::Listing>& takes() const { return m_takes; }
     [[nodiscard]] std::optional<double> exportProgress() const { return m_exportProgress; } ///< 0 to 1 while exporting.
     [[nodiscard]] Codec codec() const { return m_codec; }
@@ -157,6 +159,7 @@ private:
     void recount();
     [[nodiscard]] double playheadSourceMs() const { return m_timeline.source(m_playhead.ms()); }
     void reportTrim(const std::optional<QString>& refusal);
+    void withdrawRefusal();
 
     // EditorOpening.cpp
     struct Opening;
@@ -220,6 +223,8 @@ private:
 
     std::optional<QString> m_status;
     StatusKind m_statusKind = StatusKind::Notice;
+    std::optional<QString>
+        m_refusal; ///< Why the latest command did nothing; until the edit or the playhead is another.
     std::vector<Take::Listing> m_takes;
     std::optional<double> m_exportProgress;
     Codec m_codec = Codec::Hevc;

@@ -71,6 +71,7 @@ void Editor::setCuts(Cuts cuts, const QString& name)
 void Editor::applyCuts(const Cuts& cuts, const QString& name, CutsStep::Origin origin)
 {
     setSelection(std::nullopt);
+    withdrawRefusal();
     m_trimPreviewing = false;
     const QString kind = origin == CutsStep::Origin::Undo ? QStringLiteral("undo")
         : origin == CutsStep::Origin::Redo                ? QStringLiteral("redo")

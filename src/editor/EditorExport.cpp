@@ -169,6 +169,10 @@ QCoro::Task<Result<ExportResult>> Editor::exportVideo(
 
 QCoro::Task<void> Editor::exportFromUI()
 {
+    if (m_exportProgress) {
+        setStatus(QStringLiteral("An export is already running"));
+        co_return;
+    }
     const QPointer<Editor> self(this);
     QCoro::Task<Result<ExportResult>> exporting
         = exportVideo(std::nullopt, std::nullopt, std::nullopt, QStringLiteral("writer"));

@@ -78,6 +78,7 @@ void Editor::seekToWord(int index)
 {
     if (index < 0 || size_t(index) >= m_words.size())
         return;
+    withdrawRefusal();
     const double edited = m_timeline.edited(m_words[size_t(index)].startMs);
     tick(edited);
     seekPlayer(edited);
@@ -85,6 +86,7 @@ void Editor::seekToWord(int index)
 
 void Editor::previewSource(double ms)
 {
+    withdrawRefusal();
     const double edited = std::min(m_timeline.edited(ms), std::max(0.0, m_timeline.durationMs - 1));
     tick(edited);
     seekPlayer(edited);

@@ -35,8 +35,16 @@ void Editor::clearTrim()
 
 void Editor::reportTrim(const std::optional<QString>& refusal)
 {
+    withdrawRefusal();
+    m_refusal = refusal;
     if (refusal)
         setStatus(refusal, StatusKind::Problem);
+}
+
+void Editor::withdrawRefusal()
+{
+    if (m_refusal)
+        withdrawStatus(*std::exchange(m_refusal, std::nullopt));
 }
 
 void Editor::trimStartToPlayhead()

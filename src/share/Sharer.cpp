@@ -1,6 +1,7 @@
 #include "share/Sharer.h"
 
 #include "model/Cuts.h"
+#include "platform/UrlScheme.h"
 #include "telemetry/Log.h"
 
 #include <QClipboard>
@@ -14,6 +15,7 @@ namespace {
 
 /// A take that was recorded this recently is one that the user has just stopped.
 constexpr qint64 justRecordedMs = 120'000;
+constexpr int signInError = 1;
 
 /// A take from elsewhere may link to any movie of the user's, which is then not published unasked.
 bool wasJustRecorded(const Take& take)
@@ -84,6 +86,7 @@ void Sharer::setConfig(const std::optional<Config>& config)
         return;
     if (m_config)
         save(*m_config);
+    withdrawMissing();
     Q_EMIT changed();
 }
 
@@ -119,6 +122,7 @@ void Sharer::adoptAccount(const AccountStore::Lookup& lookup)
     assign(m_account, lookup.account);
     if (!m_config && m_account)
         setConfig(Config{m_account->endpoint, {}});
+    withdrawMissing();
 }
 
 QCoro::Task<void> Sharer::refreshAccount()
@@ -168,7 +172,43 @@ QCoro::Task<void> Sharer::shareAfterSignIn()
     share(false);
 }
 
-void Sharer::signIn() { QDesktopServices::openUrl(QUrl(QStringLiteral("kelmo-recorder://signin"))); }
+Result<void> Sharer::signIn()
+{
+    const QUrl url(QStringLiteral("kelmo-recorder://signin"));
+    if (!UrlScheme::hasHandler(url.scheme()) || !QDesktopServices::openUrl(url)) {
+        const QString problem = QStringLiteral("Signing in needs the recorder, which is not installed here");
+        tellMissing(problem);
+        return shareFailure(signInError, problem);
+    }
+    m_editor.setStatus(QStringLiteral("Sign in in the recorder, then come back here"));
+    return {};
+}
+
+QCoro::Task<void> Sharer::shareFromUI()
+{
+    const QPointer<Sharer> self(this);
+    QCoro::Task<Result<QString>> sharing = share(false);
+    const Result<QString> link = co_await sharing;
+    if (!self || link || m_lastError == userText(link.error())) // Whose change has been told.
+        co_return;
+    if (!isConfigured())
+        tellMissing(QStringLiteral("Sign in to share: press Sign in at the bottom right"));
+    else
+        m_editor.setStatus(userText(link.error()), Editor::StatusKind::Problem);
+}
+
+/// Says what sharing needs, until it is there.
+void Sharer::tellMissing(const QString& problem)
+{
+    m_missing = problem;
+    m_editor.setStatus(problem, Editor::StatusKind::Problem);
+}
+
+void Sharer::withdrawMissing()
+{
+    if (m_missing && isConfigured())
+        m_editor.withdrawStatus(*std::exchange(m_missing, std::nullopt));
+}
 
 void Sharer::copyLink()
 {

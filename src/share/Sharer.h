@@ -60,7 +60,11 @@ public:
     QCoro::Task<Result<QString>> share(bool waitForUpload);
 
     void copyLink(); ///< Puts the link on the clipboard; nothing without one.
-    void signIn(); ///< Asks the recorder to. The account comes with the next `refreshAccount`.
+    /// Shares from the window. What goes wrong before anything was begun becomes the status.
+    QCoro::Task<void> shareFromUI();
+    /// Asks the recorder to. The account comes with the next `refreshAccount`. Fails, and says so in the status, if
+    /// there is no recorder.
+    Result<void> signIn();
     QCoro::Task<void> refreshAccount(); ///< Takes over the account as it is in the user's secret store now.
 
     void takeOpened(const Take& take); ///< To be called for each take when it is ready.
@@ -97,6 +101,8 @@ private:
     template <class Value> void assign(Value& property, const std::type_identity_t<Value>& value);
     void adoptTake(const Take& take);
     void adoptAccount(const AccountStore::Lookup& lookup);
+    void tellMissing(const QString& problem);
+    void withdrawMissing();
     [[nodiscard]] std::optional<Credentials> credentials() const;
     [[nodiscard]] bool holds(const Take& take) const;
     void copy(const QString& url);
@@ -144,6 +150,7 @@ private:
     QString m_uploadedSignature; ///< Of the edit that the last upload carries.
     QSet<QString> m_unfilled; ///< Links, by id, whose last upload failed: nobody knows what they play.
     std::optional<QString> m_lastError;
+    std::optional<QString> m_missing; ///< What the status says that sharing needs; until there are credentials.
     std::optional<KelmoAccount> m_account;
     bool m_signedOut = false; ///< A look at the store has shown that there is no account.
     bool m_starting = false;

@@ -118,7 +118,7 @@ void LinkBar::tap()
     if (hasRecord)
         flashCopied();
     if (shares)
-        m_sharer.share(false);
+        m_sharer.shareFromUI();
     else
         m_sharer.copyLink();
 }
@@ -150,7 +150,9 @@ void LinkBar::reportError()
 {
     if (m_sharer.lastError() == m_reportedError)
         return;
-    m_reportedError = m_sharer.lastError();
+    const std::optional<QString> over = std::exchange(m_reportedError, m_sharer.lastError());
+    if (over)
+        m_editor.withdrawStatus(*over);
     if (m_reportedError)
         m_editor.setStatus(m_reportedError, Editor::StatusKind::Problem);
 }

@@ -166,10 +166,14 @@ QWidget* SettingsView::unconfiguredSharing()
 {
     auto* group = new QWidget(this);
     auto* signIn = new Button(Button::Kind::Primary, Button::Height::Small, QStringLiteral("Sign In…"), group);
-    connect(signIn, &QAbstractButton::clicked, &m_sharer, &Sharer::signIn);
-    auto* layout
-        = row(textLabel(QStringLiteral("Sign in so every take gets a link."), Theme::normalFont(), Theme::text1, group),
-            signIn);
+    auto* label
+        = textLabel(QStringLiteral("Sign in so every take gets a link."), Theme::normalFont(), Theme::text1, group);
+    connect(signIn, &QAbstractButton::clicked, label, [this, label] {
+        const Result<void> asked = m_sharer.signIn();
+        label->setText(
+            asked ? QStringLiteral("Sign in in the recorder, then come back here.") : userText(asked.error()) % u'.');
+    });
+    auto* layout = row(label, signIn);
     layout->setContentsMargins(0, 0, 0, 0);
     group->setLayout(layout);
     return group;
@@ -179,8 +183,7 @@ void SettingsView::addAccount(QVBoxLayout& column)
 {
     Card* card = addSection(column, QStringLiteral("Account"), this);
     m_account = textLabel({}, Theme::normalFont(), Theme::text1, card);
-    m_accountCaption
-        = caption(QStringLiteral("Links you share live in this account. Sign out from the menu bar icon."), card);
+    m_accountCaption = caption(QStringLiteral("Links you share live in this account. Sign out in the recorder."), card);
     card->rows().addWidget(m_account);
     card->rows().addWidget(m_accountCaption);
 }
@@ -203,7 +206,7 @@ QString SettingsView::accountText() const
     if (m_sharer.account())
         return QStringLiteral("Signed in as ") % m_sharer.account()->email.value_or(QStringLiteral("your account"));
     const bool hasToken = m_sharer.config() && !m_sharer.config()->token.isEmpty();
-    return hasToken ? QStringLiteral("Not signed in — sharing uses this Mac's server token.")
+    return hasToken ? QStringLiteral("Not signed in — sharing uses this computer's server token.")
                     : QStringLiteral("Not signed in.");
 }
 

@@ -157,4 +157,42 @@ TEST_F(Keys, openingKeysAskOrTakeTheNewest)
     EXPECT_EQ(window().windowTitle(), QStringLiteral("later"));
 }
 
+TEST_F(Keys, undoAndRedoNameTheirStepAndAreEnabledWhenThereIsOne)
+{
+    launch();
+    QAction* undo = nullptr;
+    QAction* redo = nullptr;
+    for (QAction* action : window().actions()) {
+        undo = action->text().startsWith(QStringLiteral("Undo")) ? action : undo;
+        redo = action->text().startsWith(QStringLiteral("Redo")) ? action : redo;
+    }
+    ASSERT_TRUE(undo && redo);
+    const auto shows = [&](const char* undoTitle, bool canUndo, const char* redoTitle, bool canRedo) {
+        EXPECT_EQ(undo->text(), QString::fromLatin1(undoTitle));
+        EXPECT_EQ(undo->isEnabled(), canUndo) << undoTitle;
+        EXPECT_EQ(redo->text(), QString::fromLatin1(redoTitle));
+        EXPECT_EQ(redo->isEnabled(), canRedo) << redoTitle;
+    };
+    shows("Undo", false, "Redo", false);
+    editor().cutFillers();
+    shows("Undo Cut Fillers", true, "Redo", false);
+    editor().tightenPauses();
+    key(Qt::Key_Z, Qt::ControlModifier);
+    shows("Undo Cut Fillers", true, "Redo Tighten Pauses", true);
+    key(Qt::Key_Y, Qt::ControlModifier);
+    shows("Undo Tighten Pauses", true, "Redo", false);
+
+    QLineEdit& field = fieldWithFocus();
+    shows("Undo", false, "Redo", false);
+    type(QStringLiteral("waffle"));
+    key(Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(field.text(), QString());
+    key(Qt::Key_Y, Qt::ControlModifier);
+    EXPECT_EQ(field.text(), QStringLiteral("waffle"));
+    window().setFocus();
+    shows("Undo Tighten Pauses", true, "Redo", false);
+    editor().open(m_takes.movie(QStringLiteral("talk")));
+    shows("Undo", false, "Redo", false);
+}
+
 } // namespace kelmo

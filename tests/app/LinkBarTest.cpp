@@ -24,6 +24,13 @@ public Q_SLOTS:
     void open(const QUrl& url) { asked.append(url); }
 };
 
+/// What installing the recorder puts into the user's folders.
+void installRecorder(const TemporaryHome& home)
+{
+    home.write(QStringLiteral(".local/share/applications/recorder.desktop"),
+        "[Desktop Entry]\nMimeType=x-scheme-handler/kelmo-recorder;\n");
+}
+
 class LinkBarInWindow : public WindowFixture {
 protected:
     LinkBarInWindow()
@@ -63,12 +70,53 @@ protected:
 TEST_F(LinkBarInWindow, withoutAServerItAsksToSignIn)
 {
     Recorder recorder;
+    installRecorder(m_home);
     launch();
     EXPECT_NE(control(QStringLiteral("Sign in to get a link for every take")), nullptr);
     QAbstractButton* signIn = button(QStringLiteral("Sign in"));
     EXPECT_EQ(signIn->toolTip(), QStringLiteral("Sign in once and every take gets a link"));
     click(signIn);
     EXPECT_EQ(recorder.asked, QList<QUrl>{QUrl(QStringLiteral("kelmo-recorder://signin"))});
+    EXPECT_NE(control(QStringLiteral("Sign in in the recorder, then come back here")), nullptr);
+}
+
+TEST_F(LinkBarInWindow, signedOutTheWindowSaysWhatIsMissingUntilItIsThere)
+{
+    Recorder recorder;
+    launch();
+    const Sharer::Config config{
+        QStringLiteral("https://share.example"), QStringLiteral("token"), false, QStringLiteral("1080p")};
+    click(QStringLiteral("Sign in"));
+    EXPECT_TRUE(recorder.asked.isEmpty());
+    EXPECT_NE(control(QStringLiteral("Signing in needs the recorder, which is not installed here")), nullptr);
+    EXPECT_EQ(editor().statusKind(), Editor::StatusKind::Problem);
+    m_app->sharer().setConfig(config);
+    EXPECT_FALSE(editor().status()) << "there is something to share with now";
+
+    m_app->sharer().setConfig(std::nullopt);
+    key(Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
+    const QString missing = QStringLiteral("Sign in to share: press Sign in at the bottom right");
+    ASSERT_TRUE(waitUntil([&] { return editor().status() == missing; }));
+    EXPECT_EQ(editor().statusKind(), Editor::StatusKind::Problem);
+    m_app->sharer().setConfig(config);
+    EXPECT_FALSE(editor().status());
+}
+
+TEST_F(LinkBarInWindow, failureOfAShareIsOverWithTheNextOne)
+{
+    launchWithServer();
+    const Sharer::Config works = *m_app->sharer().config();
+    Sharer::Config away = works;
+    away.endpoint = QStringLiteral("http://127.0.0.1:9"); // Where nothing listens.
+    m_app->sharer().setConfig(away);
+    click(QStringLiteral("Share"));
+    ASSERT_TRUE(waitUntil([this] { return m_app->sharer().lastError().has_value(); }));
+    EXPECT_EQ(editor().status(), m_app->sharer().lastError());
+    m_app->sharer().setConfig(works);
+    const QString failed = *editor().status();
+    click(QStringLiteral("Share"));
+    ASSERT_TRUE(waitUntil([this] { return m_app->sharer().record().has_value(); }));
+    EXPECT_NE(editor().status(), failed);
 }
 
 TEST_F(LinkBarInWindow, buttonFollowsTheLinkFromNoneToCopiedAndOutOfDate)

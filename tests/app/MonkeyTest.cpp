@@ -41,6 +41,8 @@ protected:
     {
         EXPECT_NE(PrivateBus::start(), nullptr) << "file managers are asked over it";
         QDesktopServices::setUrlHandler(QStringLiteral("kelmo-recorder"), &m_browser, "open");
+        m_home.write(QStringLiteral(".local/share/applications/recorder.desktop"),
+            "[Desktop Entry]\nMimeType=x-scheme-handler/kelmo-recorder;\n");
         const QString tool = m_home.write(QStringLiteral(".local/bin/claude"), "#!/bin/sh\nsleep 0.2\n");
         QFile::setPermissions(tool, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         makeTakes();

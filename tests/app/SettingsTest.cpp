@@ -78,7 +78,8 @@ TEST_F(Settings, sharingIsChangedAndKeptAtOnce)
     openWith(Sharer::Config{
         QStringLiteral("https://share.example"), QStringLiteral("token"), true, QStringLiteral("1080p")});
     EXPECT_EQ(control(QStringLiteral("Server"), m_settings)->property("text"), QStringLiteral("https://share.example"));
-    EXPECT_NE(control(QStringLiteral("Not signed in — sharing uses this Mac's server token."), m_settings), nullptr);
+    EXPECT_NE(
+        control(QStringLiteral("Not signed in — sharing uses this computer's server token."), m_settings), nullptr);
     QAbstractButton* automatic = button(QStringLiteral("Share automatically when a take stops"), m_settings);
     EXPECT_TRUE(automatic->isChecked());
     click(automatic);

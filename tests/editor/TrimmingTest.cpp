@@ -155,4 +155,36 @@ TEST_F(Trimming, trimWithoutATakeIsRefused)
     EXPECT_EQ(editor.status(), QStringLiteral("Cut 0 fillers"));
 }
 
+TEST_F(Trimming, refusalIsOverWithTheNextEditSeekOrTrim)
+{
+    const QString tooShort = QStringLiteral("The trim would leave less than 0.1 s");
+    struct Case {
+        const char* name;
+        std::function<void()> ends;
+    };
+    for (const Case& each : {
+             Case{"another edit", [this] { m_editor->toggleWords({20}); }},
+             Case{"undo", [this] { m_editor->undo().undo(); }},
+             Case{"a seek", [this] { m_editor->previewSource(15'000); }},
+             Case{"a seek to a word", [this] { m_editor->seekToWord(15); }},
+             Case{"a trim that works",
+                 [this] {
+                     m_editor->tick(m_editor->timeline().edited(5000));
+                     m_editor->trimStartToPlayhead();
+                 }},
+         }) {
+        m_editor->setCuts(Cuts(), QStringLiteral("Fresh"));
+        ASSERT_FALSE(m_editor->trim(std::nullopt, 10'000, name));
+        m_editor->previewSource(9999);
+        m_editor->trimStartToPlayhead();
+        ASSERT_EQ(m_editor->status(), tooShort) << each.name;
+        EXPECT_EQ(m_editor->statusKind(), Editor::StatusKind::Problem);
+        each.ends();
+        EXPECT_FALSE(m_editor->status()) << each.name;
+    }
+    m_editor->setStatus(QStringLiteral("Something else"));
+    m_editor->toggleWords({21});
+    EXPECT_EQ(m_editor->status(), QStringLiteral("Something else"));
+}
+
 } // namespace kelmo
