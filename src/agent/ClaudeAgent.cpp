@@ -60,20 +60,30 @@ ClaudeAgent::~ClaudeAgent()
     delete m_process;
 }
 
-void ClaudeAgent::ask(const QString& prompt)
+bool ClaudeAgent::ask(const QString& prompt)
 {
     const QString request = prompt.trimmed();
     if (request.isEmpty() || m_process)
-        return;
+        return false;
     const std::optional<QString> tool = claudePath();
     if (!tool) {
         replaceLines(
             textLine(QStringLiteral("Claude Code CLI not found. Install it and run `claude` once to log in.")));
-        return;
+        return false;
     }
     replaceLines(toolLine(request));
     m_buffer.clear();
     launch(*tool, request);
+    return true;
+}
+
+void ClaudeAgent::clearLines()
+{
+    if (m_process)
+        return;
+    m_lines.clear();
+    m_characters = 0;
+    Q_EMIT linesChanged();
 }
 
 std::optional<QString> ClaudeAgent::claudePath() { return ClaudeCommand::path(); }
@@ -111,6 +121,7 @@ void ClaudeAgent::failedToStart()
     std::exchange(m_process, nullptr)->deleteLater();
     append(textLine(QStringLiteral("Couldn't start Claude: ") % reason));
     Q_EMIT linesChanged();
+    Q_EMIT couldNotStart();
 }
 
 void ClaudeAgent::received(const QByteArray& data)

@@ -31,8 +31,9 @@ public:
     ~ClaudeAgent() override;
 
     /// Starts a run that replaces the lines of the last one. Does nothing when the prompt is blank or a run is going.
-    /// What goes wrong becomes a line. Returns at once.
-    void ask(const QString& prompt);
+    /// What goes wrong becomes a line. Returns at once; false if there will be no run.
+    bool ask(const QString& prompt);
+    void clearLines(); ///< Does nothing while a run is going.
 
     [[nodiscard]] bool running() const { return m_running; }
     [[nodiscard]] const std::deque<Line>& lines() const { return m_lines; } ///< Oldest first.
@@ -42,6 +43,7 @@ public:
 Q_SIGNALS:
     void linesChanged();
     void runningChanged();
+    void couldNotStart(); ///< A run that ask() promised.
 
 private:
     [[nodiscard]] static std::optional<QString> claudePath();

@@ -24,6 +24,7 @@ AppDelegate::~AppDelegate() = default;
 void AppDelegate::applicationDidFinishLaunching()
 {
     m_editor = std::make_unique<Editor>(m_commandLine.muted ? Editor::Sound::Muted : Editor::Sound::On);
+    m_exportChoices = std::make_unique<ExportChoices>(*m_editor);
     m_crashReports.start();
     m_sharer = std::make_unique<Sharer>(*m_editor);
     m_editor->onTakeReady = [this](const Take& take) { m_sharer->takeOpened(take); };
@@ -67,6 +68,9 @@ void AppDelegate::buildWindow()
     });
     for (const auto changed : {&Editor::takeChanged, &Editor::timelineChanged, &Editor::cutsChanged})
         connect(m_editor.get(), changed, m_menu.get(), &MainMenu::validate);
+    connect(&m_editor->undo(), &QUndoStack::indexChanged, m_menu.get(), &MainMenu::validate);
+    // A text field undoes its own typing.
+    connect(qApp, &QApplication::focusChanged, m_menu.get(), &MainMenu::validate);
     m_menu->validate();
 }
 

@@ -4,6 +4,7 @@
 #include "agent/MCPServer.h"
 #include "app/CommandLine.h"
 #include "app/EditorWindow.h"
+#include "app/ExportChoices.h"
 #include "app/KeyMonitor.h"
 #include "app/MainMenu.h"
 #include "editor/Editor.h"
@@ -56,6 +57,10 @@ public:
     void splitAtPlayhead();
     void clearTrim();
     void quit();
+    [[nodiscard]] bool canUndo() const; ///< In the field that is written in, else in the edit.
+    [[nodiscard]] bool canRedo() const;
+    [[nodiscard]] QString undoStep() const; ///< The edit's step that undo takes back; empty in a field.
+    [[nodiscard]] QString redoStep() const;
     [[nodiscard]] bool canTrim() const;
     [[nodiscard]] bool canClearTrim() const;
 
@@ -75,6 +80,7 @@ private:
     const double m_launchMs;
     const Display m_display;
     std::unique_ptr<Editor> m_editor;
+    std::unique_ptr<ExportChoices> m_exportChoices;
     CrashReports m_crashReports;
     std::unique_ptr<Sharer> m_sharer;
     ClaudeAgent m_agent;

@@ -14,6 +14,11 @@ namespace {
 
 constexpr QSize firstSize(1320, 760);
 constexpr QSize leastSize(900, 520);
+// What window managers put around a window, at the largest.
+constexpr int titleHeight = 40;
+constexpr int edgeBelow = 8;
+
+QRect withinTheEdges(const QRect& room) { return room.adjusted(0, titleHeight, 0, -edgeBelow); }
 
 QString frameKey() { return QStringLiteral("KelmoEditorMain"); }
 
@@ -56,24 +61,34 @@ void EditorWindow::restoreFrame()
         bringOnScreen();
         return;
     }
-    const QRect room = screen()->availableGeometry();
-    QRect frame(QPoint(), firstSize.boundedTo(room.size()).expandedTo(leastSize));
-    frame.moveCenter(room.center());
-    setGeometry(frame);
+    setGeometry(firstFrame(screen()->availableGeometry()));
 }
 
 /// The screens may be others than those that the frame was saved on.
 void EditorWindow::bringOnScreen()
 {
-    if (isMaximized() || isFullScreen() || screen()->availableVirtualGeometry().contains(geometry()))
+    if (isMaximized() || isFullScreen() || withinTheEdges(screen()->availableVirtualGeometry()).contains(geometry()))
         return;
-    const QRect room = screen()->availableGeometry();
-    QRect frame(geometry().topLeft(), size().boundedTo(room.size()).expandedTo(leastSize));
-    frame.moveRight(std::min(frame.right(), room.right()));
-    frame.moveBottom(std::min(frame.bottom(), room.bottom()));
-    frame.moveLeft(std::max(frame.left(), room.left()));
-    frame.moveTop(std::max(frame.top(), room.top()));
-    setGeometry(frame);
+    setGeometry(frameOn(screen()->availableGeometry(), geometry()));
+}
+
+QRect EditorWindow::firstFrame(const QRect& room)
+{
+    const QRect content = withinTheEdges(room);
+    QRect frame(QPoint(), firstSize.boundedTo(content.size()).expandedTo(leastSize));
+    frame.moveCenter(room.center());
+    return frameOn(room, frame);
+}
+
+QRect EditorWindow::frameOn(const QRect& room, const QRect& last)
+{
+    const QRect content = withinTheEdges(room);
+    QRect frame(last.topLeft(), last.size().boundedTo(content.size()).expandedTo(leastSize));
+    frame.moveRight(std::min(frame.right(), content.right()));
+    frame.moveBottom(std::min(frame.bottom(), content.bottom()));
+    frame.moveLeft(std::max(frame.left(), content.left()));
+    frame.moveTop(std::max(frame.top(), content.top()));
+    return frame;
 }
 
 void EditorWindow::saveFrame() const

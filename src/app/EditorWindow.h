@@ -18,6 +18,11 @@ public:
     /// Shows it, in front of others and with the keyboard.
     void reveal();
 
+    /// Where the content goes on a screen with this room: at first, and when it was `last` there or elsewhere. Leaves
+    /// room for a title bar and an edge, whose height is known only when they are there.
+    [[nodiscard]] static QRect firstFrame(const QRect& room);
+    [[nodiscard]] static QRect frameOn(const QRect& room, const QRect& last);
+
 Q_SIGNALS:
     void willClose();
 

@@ -1,5 +1,6 @@
 #include "views/AskClaudeBox.h"
 
+#include "views/Button.h"
 #include "views/FocusRing.h"
 #include "views/PromptLines.h"
 #include "views/RoundButton.h"
@@ -7,6 +8,7 @@
 #include "views/ToolTips.h"
 
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QPainter>
 
@@ -20,6 +22,7 @@ constexpr int sparkleSize = 16;
 constexpr int textLeft = 34;
 constexpr int buttonDiameter = 24;
 constexpr int buttonInset = 6;
+constexpr int dismissSize = 22;
 constexpr int glowMs = 1600;
 constexpr double faintest = 0.35;
 
@@ -33,6 +36,7 @@ AskClaudeBox::AskClaudeBox(ClaudeAgent& agent, QWidget* parent)
     , m_lines(new PromptLines(agent, this))
     , m_field(new QLineEdit(this))
     , m_button(new RoundButton(RoundButton::Tone::Dim, buttonDiameter, Icons::Symbol::ArrowUp, m_field))
+    , m_dismiss(new Button(Button::Kind::Plain, Button::Height::Small, QString(), this))
 {
     layOut();
     m_field->setPlaceholderText(QStringLiteral("Ask Claude to edit — “cut the waffle, tighten the intro”"));
@@ -48,7 +52,13 @@ AskClaudeBox::AskClaudeBox(ClaudeAgent& agent, QWidget* parent)
     connect(m_field, &QLineEdit::returnPressed, this, &AskClaudeBox::send);
     connect(m_field, &QLineEdit::textChanged, this, &AskClaudeBox::refresh);
     connect(m_button, &QAbstractButton::clicked, this, &AskClaudeBox::act);
+    connect(m_dismiss, &QAbstractButton::clicked, &agent, &ClaudeAgent::clearLines);
     connect(&agent, &ClaudeAgent::runningChanged, this, &AskClaudeBox::refresh);
+    connect(&agent, &ClaudeAgent::linesChanged, this, &AskClaudeBox::showDismiss);
+    connect(&agent, &ClaudeAgent::couldNotStart, this, [this] {
+        if (m_field->text().isEmpty())
+            m_field->setText(m_sent);
+    });
     refresh();
 }
 
@@ -71,10 +81,18 @@ void AskClaudeBox::layOut()
     row->setContentsMargins(0, 0, buttonInset, 0);
     row->addStretch();
     row->addWidget(m_button);
+    m_dismiss->setSymbol(Icons::Symbol::Cross);
+    m_dismiss->setFixedSize(dismissSize, dismissSize);
+    m_dismiss->setAccessibleName(QStringLiteral("Dismiss what Claude said"));
+    m_dismiss->setToolTip(tipWithKeys(QStringLiteral("Dismiss"), QKeySequence(Qt::Key_Escape)));
+    auto* above = new QHBoxLayout;
+    above->setSpacing(0);
+    above->addWidget(m_lines, 1, Qt::AlignBottom);
+    above->addWidget(m_dismiss, 0, Qt::AlignTop);
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(linesGap);
-    column->addWidget(m_lines);
+    column->addLayout(above);
     column->addWidget(m_field);
 }
 
@@ -82,6 +100,18 @@ void AskClaudeBox::setEnabled(bool enabled)
 {
     m_mayAsk = enabled;
     refresh();
+}
+
+void AskClaudeBox::setLinesRoom(int pixels) { m_lines->setRoom(pixels); }
+
+void AskClaudeBox::showDismiss() { m_dismiss->setVisible(!m_agent.lines().empty() && !m_agent.running()); }
+
+void AskClaudeBox::keyPressEvent(QKeyEvent* event)
+{
+    if (event->key() == Qt::Key_Escape && m_dismiss->isVisible())
+        m_agent.clearLines();
+    else
+        QWidget::keyPressEvent(event);
 }
 
 bool AskClaudeBox::canSend() const { return m_mayAsk && !m_field->text().isEmpty() && !m_agent.running(); }
@@ -99,9 +129,9 @@ void AskClaudeBox::send()
     // While a run is going, what has been typed waits in the field.
     if (!canSend())
         return;
-    const QString prompt = m_field->text();
-    m_field->clear();
-    m_agent.ask(prompt);
+    m_sent = m_field->text();
+    if (m_agent.ask(m_sent))
+        m_field->clear();
 }
 
 void AskClaudeBox::refresh()
@@ -113,6 +143,7 @@ void AskClaudeBox::refresh()
     m_button->setTone(canSend() ? RoundButton::Tone::Bright : RoundButton::Tone::Dim);
     m_button->setSymbol(running ? Icons::Symbol::Stop : Icons::Symbol::ArrowUp);
     describeButton();
+    showDismiss();
     m_field->setReadOnly(!m_mayAsk);
     m_field->setToolTip(m_mayAsk ? QString() : openFirst());
     if (!running || Theme::motionMs(glowMs) == 0)

@@ -9,6 +9,7 @@ class QLineEdit;
 
 namespace kelmo {
 
+class Button;
 class PromptLines;
 class RoundButton;
 
@@ -26,8 +27,10 @@ public:
     /// Whether the user may ask. A run that is going can be stopped all the same: this is not the toolkit's switch of
     /// that name, which would take the stop button and the lines along.
     void setEnabled(bool enabled);
+    void setLinesRoom(int pixels); ///< What the lines may take of the window's height.
 
 protected:
+    void keyPressEvent(QKeyEvent* event) override;
     void paintEvent(QPaintEvent* event) override;
 
 private:
@@ -37,13 +40,16 @@ private:
     void act();
     void send();
     void refresh();
+    void showDismiss();
     void describeButton();
 
     ClaudeAgent& m_agent;
     bool m_mayAsk = true;
-    PromptLines* m_lines; ///< A child, like the two below.
+    QString m_sent; ///< What was asked last.
+    PromptLines* m_lines; ///< A child, like the three below.
     QLineEdit* m_field;
     RoundButton* m_button;
+    Button* m_dismiss; ///< Takes the lines of a run that is over away.
     QVariantAnimation m_glow; ///< The sparkle's opacity while the agent works.
 };
 

@@ -41,6 +41,7 @@ void Coordinator::sync()
     if (m_editor.cutRevision() != m_cutRevision) {
         m_cutRevision = m_editor.cutRevision();
         restyle();
+        showHighlight();
     }
 }
 
@@ -106,15 +107,21 @@ void Coordinator::highlight(std::optional<int> word)
     if (!m_textView || word == m_highlighted)
         return;
     m_highlighted = word;
-    const bool isShown = word && *word >= 0 && size_t(*word) < m_wordRanges.size();
-    if (!isShown) {
-        m_textView->setHighlight(std::nullopt);
-        return;
-    }
-    const TextRange range = m_wordRanges[size_t(*word)];
+    const std::optional<TextRange> shown = showHighlight();
+    if (shown && m_editor.isPlaying())
+        m_textView->follow(*shown);
+}
+
+/// A word that is cut is not being spoken, although the pause after it may still be heard.
+std::optional<TextRange> Coordinator::showHighlight()
+{
+    const std::vector<Word>& words = m_editor.words();
+    const size_t word = m_highlighted ? size_t(*m_highlighted) : words.size();
+    const bool isSpoken
+        = word < std::min(words.size(), m_wordRanges.size()) && !EditOps::isCut(words[word], m_editor.cuts().effective);
+    const std::optional<TextRange> range = isSpoken ? std::optional(m_wordRanges[word]) : std::nullopt;
     m_textView->setHighlight(range);
-    if (m_editor.isPlaying())
-        m_textView->follow(range);
+    return range;
 }
 
 void Coordinator::select(const std::optional<Span>& span)

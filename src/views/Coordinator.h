@@ -29,6 +29,7 @@ public:
 private:
     void rebuild();
     void restyle();
+    std::optional<TextRange> showHighlight();
     void textViewDidChangeSelection();
     [[nodiscard]] QString flow();
 

@@ -5,11 +5,27 @@
 
 #include <QApplication>
 #include <QPalette>
+#include <QProxyStyle>
 #include <QStyleFactory>
 
 namespace kelmo {
 
 namespace {
+
+/// The toolkit's plain style, but that a menu longer than the screen scrolls and does not go on in another column.
+class BaseStyle : public QProxyStyle {
+public:
+    BaseStyle()
+        : QProxyStyle(QStyleFactory::create(QStringLiteral("Fusion")))
+    {
+    }
+
+    int styleHint(
+        StyleHint hint, const QStyleOption* option, const QWidget* widget, QStyleHintReturn* data) const override
+    {
+        return hint == SH_Menu_Scrollable ? 1 : QProxyStyle::styleHint(hint, option, widget, data);
+    }
+};
 
 QPalette palette()
 {
@@ -68,7 +84,7 @@ QString styleSheet()
 void DarkStyle::apply(QApplication& application)
 {
     Icons::ensureFiles();
-    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    QApplication::setStyle(new BaseStyle);
     QApplication::setPalette(palette());
     QApplication::setFont(Theme::normalFont());
     application.setStyleSheet(styleSheet());

@@ -1,5 +1,6 @@
 #include "views/ProgressLine.h"
 
+#include "views/ProgressAccessible.h"
 #include "views/Theme.h"
 
 #include <QPainter>
@@ -9,6 +10,7 @@ namespace kelmo {
 ProgressLine::ProgressLine(const QString& accessibleName, QWidget* parent)
     : QWidget(parent)
 {
+    ProgressAccessible::install();
     setAccessibleName(accessibleName);
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
@@ -18,9 +20,26 @@ void ProgressLine::setProgress(std::optional<double> progress)
 {
     if (progress == m_progress)
         return;
+    const bool wasShown = m_progress.has_value();
+    const int before = percent();
     m_progress = progress;
-    setAccessibleDescription(progress ? QString::number(int(*progress * 100)) % QStringLiteral("%") : QString());
     update();
+    tell(wasShown, before);
+}
+
+/// Tells assistive technology; of the values only whole percents.
+void ProgressLine::tell(bool wasShown, int before)
+{
+    if (wasShown != m_progress.has_value()) {
+        QAccessible::State changed;
+        changed.invisible = true;
+        QAccessibleStateChangeEvent event(this, changed);
+        QAccessible::updateAccessibility(&event);
+    }
+    if (m_progress && (!wasShown || percent() != before)) {
+        QAccessibleValueChangeEvent event(this, percent());
+        QAccessible::updateAccessibility(&event);
+    }
 }
 
 void ProgressLine::paintEvent(QPaintEvent*)

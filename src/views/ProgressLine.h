@@ -18,6 +18,7 @@ public:
 
     void setProgress(std::optional<double> progress); ///< 0 to 1; none hides it.
     [[nodiscard]] std::optional<double> progress() const { return m_progress; }
+    [[nodiscard]] int percent() const { return int(m_progress.value_or(0) * 100); } ///< Whole ones that are done.
 
     [[nodiscard]] QSize sizeHint() const override { return {0, thickness}; }
 
@@ -25,6 +26,8 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    void tell(bool wasShown, int before);
+
     std::optional<double> m_progress;
 };
 

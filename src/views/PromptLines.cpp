@@ -73,7 +73,14 @@ PromptLines::PromptLines(const ClaudeAgent& agent, QWidget* parent)
     refresh();
 }
 
-QSize PromptLines::sizeHint() const { return {400, std::min(int(std::ceil(document()->size().height())), mostHeight)}; }
+void PromptLines::setRoom(int pixels)
+{
+    m_limit = std::min(pixels, mostHeight);
+    fitHeight();
+}
+
+QSize PromptLines::sizeHint() const { return {400, std::min(int(std::ceil(document()->size().height())), m_limit)}; }
+
 QSize PromptLines::minimumSizeHint() const { return {0, 0}; }
 
 void PromptLines::resizeEvent(QResizeEvent* event)

@@ -20,6 +20,8 @@ public:
     /// Requires: the agent outlives the view.
     explicit PromptLines(const ClaudeAgent& agent, QWidget* parent);
 
+    void setRoom(int pixels); ///< A limit of the height that is lower than the usual one.
+
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
 
@@ -38,6 +40,7 @@ private:
     QTimer m_frame; ///< Runs while changes wait to be shown.
     std::vector<QUuid> m_shown; ///< The lines in the document, a block each.
     OverlayScroller m_scroller;
+    int m_limit = mostHeight; ///< Of the height, in logical pixels.
     bool m_atNewest = true; ///< Unless the user has scrolled back.
 };
 

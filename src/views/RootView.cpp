@@ -3,6 +3,7 @@
 #include "views/ActionsRow.h"
 #include "views/AskClaudeBox.h"
 #include "views/ControlRow.h"
+#include "views/DropHighlight.h"
 #include "views/EmptyPlayer.h"
 #include "views/FocusRing.h"
 #include "views/HeaderBar.h"
@@ -34,6 +35,10 @@ constexpr int belowPlayer = 4;
 constexpr int aroundTimeline = 5;
 constexpr int aboveLink = 8;
 constexpr int leastTranscript = 84;
+constexpr int leastPlayer = 112;
+/// In the lowest window the agent's lines take this much, and half of what a window is higher.
+constexpr int lowestWindow = 520;
+constexpr int lowestLines = 48;
 
 /// The first local file among what is dragged.
 QString fileIn(const QMimeData& data)
@@ -73,6 +78,8 @@ void RootView::addPlayer(QVBoxLayout& column)
     pages->addWidget(empty);
     pages->addWidget(player);
     pages->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Ignored);
+    pages->setMinimumHeight(leastPlayer);
+    m_drop = new DropHighlight(pages);
     column.addWidget(pages, playerShare);
     const auto choose = [this, pages, player, empty] {
         pages->setCurrentWidget(m_editor.take() ? static_cast<QWidget*>(player) : empty);
@@ -100,12 +107,12 @@ void RootView::addLowerPart(QVBoxLayout& column, ClaudeAgent& agent)
     showText();
     rows->addSpacing(rowGap - ActionsRow::lineHeight);
     // In the order in which Tab goes through them.
-    auto* prompt = new AskClaudeBox(agent, lower);
+    m_prompt = new AskClaudeBox(agent, lower);
     auto* actions = new ActionsRow(m_editor, lower);
-    actions->setPrompt(prompt);
+    actions->setPrompt(m_prompt);
     rows->addWidget(actions);
-    const auto enablePrompt = [this, prompt] { prompt->setEnabled(m_editor.take().has_value()); };
-    connect(&m_editor, &Editor::takeChanged, prompt, enablePrompt);
+    const auto enablePrompt = [this] { m_prompt->setEnabled(m_editor.take().has_value()); };
+    connect(&m_editor, &Editor::takeChanged, m_prompt, enablePrompt);
     enablePrompt();
     column.addWidget(lower, lowerShare);
     column.addWidget(new LinkBar(m_sharer, m_editor, this));
@@ -115,14 +122,25 @@ QString RootView::summary() const { return m_header->summary(); }
 
 void RootView::dragEnterEvent(QDragEnterEvent* event)
 {
-    if (!fileIn(*event->mimeData()).isEmpty())
-        event->acceptProposedAction();
+    if (fileIn(*event->mimeData()).isEmpty())
+        return;
+    event->acceptProposedAction();
+    m_drop->light(true);
 }
+
+void RootView::dragLeaveEvent(QDragLeaveEvent*) { m_drop->light(false); }
 
 void RootView::dropEvent(QDropEvent* event)
 {
+    m_drop->light(false);
     event->acceptProposedAction();
     m_editor.open(fileIn(*event->mimeData()), Editor::Opener::Person);
+}
+
+void RootView::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    m_prompt->setLinesRoom(std::max(lowestLines, lowestLines + (height() - lowestWindow) / 2));
 }
 
 void RootView::mousePressEvent(QMouseEvent* event)

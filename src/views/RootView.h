@@ -9,6 +9,8 @@ class QVBoxLayout;
 
 namespace kelmo {
 
+class AskClaudeBox;
+class DropHighlight;
 class HeaderBar;
 class TranscriptView;
 
@@ -25,9 +27,11 @@ public:
 
 protected:
     void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
     void dropEvent(QDropEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
 
@@ -39,6 +43,8 @@ private:
     Sharer& m_sharer;
     HeaderBar* m_header; ///< Children.
     TranscriptView* m_transcript = nullptr;
+    AskClaudeBox* m_prompt = nullptr;
+    DropHighlight* m_drop = nullptr; ///< Over the picture's place.
     std::optional<QPointF> m_grabbedAt; ///< Of the screen, until the window moves along.
 };
 

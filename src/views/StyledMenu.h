@@ -15,7 +15,7 @@ public:
     /// A heading over the rows that follow; it cannot be chosen.
     void addHeading(const QString& text);
     /// Opens below `button`, or above it and to its left where it would stick out of the window. A second click on the
-    /// button closes it.
+    /// button closes it. Longer than the screen has room for, it scrolls.
     void openAt(QWidget& button);
 
 protected:

@@ -254,7 +254,7 @@ void TimelineBar::endDrag()
 
 void TimelineBar::showHelp()
 {
-    setToolTip(trims() ? QStringLiteral("Hold Alt to trim between words")
+    setToolTip(trims() ? QStringLiteral("Hold Ctrl to trim between words")
                        : QStringLiteral("Drag the yellow ends to trim · Ctrl+B splits at the playhead · "
                                         "click a piece and Delete to remove it"));
 }

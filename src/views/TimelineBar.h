@@ -78,7 +78,7 @@ private:
     [[nodiscard]] bool trims() const { return m_mode == Mode::TrimIn || m_mode == Mode::TrimOut; }
     void trimInTo(double ms);
     void trimOutTo(double ms);
-    [[nodiscard]] bool isExact() const { return m_mouse.held().testFlag(Qt::AltModifier); }
+    [[nodiscard]] bool isExact() const { return m_mouse.held() & (Qt::ControlModifier | Qt::AltModifier); }
     [[nodiscard]] double snapped(double ms) const;
     [[nodiscard]] double withinTrim(double ms) const;
     void showHelp();

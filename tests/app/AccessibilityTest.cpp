@@ -1,4 +1,5 @@
 #include "tests/app/WindowFixture.h"
+#include "views/ProgressLine.h"
 #include "views/RootView.h"
 
 #include <QAbstractButton>
@@ -81,6 +82,24 @@ TEST_F(Accessibility, tabGoesThroughTheWindowAsItReads)
         turns += sameRow ? now.x() < before.x() : now.y() < before.y();
     }
     EXPECT_LE(turns, 1) << "row by row from the left, but for going round at the end";
+}
+
+TEST_F(Accessibility, progressOfAnExportIsAProgressBar)
+{
+    launch();
+    ProgressLine* line = nullptr;
+    for (auto* each : window().findChildren<ProgressLine*>())
+        line = each->accessibleName() == QStringLiteral("Export progress") ? each : line;
+    ASSERT_NE(line, nullptr);
+    QAccessibleInterface* bar = QAccessible::queryAccessibleInterface(line);
+    ASSERT_EQ(bar->role(), QAccessible::ProgressBar);
+    ASSERT_NE(bar->valueInterface(), nullptr);
+    EXPECT_TRUE(bar->state().invisible) << "nothing is under way";
+    line->setProgress(0.425);
+    EXPECT_FALSE(bar->state().invisible);
+    EXPECT_EQ(bar->valueInterface()->currentValue(), 42);
+    EXPECT_EQ(bar->valueInterface()->maximumValue(), 100);
+    EXPECT_EQ(bar->text(QAccessible::Value), QStringLiteral("42%"));
 }
 
 } // namespace kelmo

@@ -2,6 +2,11 @@
 #include "tests/app/WindowFixture.h"
 #include "tests/platform/FakeSettingsPortal.h"
 #include "tests/platform/PrivateBus.h"
+#include "views/DarkStyle.h"
+#include "views/DropHighlight.h"
+#include "views/PlayerView.h"
+#include "views/PromptLines.h"
+#include "views/RootView.h"
 #include "views/Theme.h"
 #include "views/TimelineBar.h"
 
@@ -81,7 +86,7 @@ TEST_F(Window, launchOpensTheNewestTakeInACentredWindow)
     EXPECT_EQ(editor().take()->base, QStringLiteral("talk"));
     EXPECT_EQ(window().windowTitle(), QStringLiteral("talk"));
     const QRect screen = window().screen()->availableGeometry();
-    EXPECT_EQ(window().size(), QSize(1320, 760).boundedTo(screen.size()).expandedTo({900, 520}));
+    EXPECT_EQ(window().size(), EditorWindow::firstFrame(screen).size());
     EXPECT_EQ(window().minimumSize(), QSize(900, 520));
     EXPECT_TRUE(control(QStringLiteral("0:10")) != nullptr) << "the summary";
     EXPECT_TRUE(control(QStringLiteral("0:00 / 0:10")) != nullptr) << "the time";
@@ -174,8 +179,8 @@ TEST_F(Window, frameIsRestoredWhereItWasButOnTheScreen)
         runOnAWideScreen(QStringLiteral("Window.frameIsRestored*"));
         return;
     }
-    for (const auto& [left, restored] : {std::pair(QRect(40, 30, 1000, 600), QRect(40, 30, 1000, 600)),
-             {QRect(700, 500, 1000, 600), QRect(600, 400, 1000, 600)}}) {
+    for (const auto& [left, restored] : {std::pair(QRect(40, 60, 1000, 600), QRect(40, 60, 1000, 600)),
+             {QRect(700, 500, 1000, 600), QRect(600, 392, 1000, 600)}}) {
         launch();
         window().setGeometry(left);
         window().close();
@@ -183,6 +188,28 @@ TEST_F(Window, frameIsRestoredWhereItWasButOnTheScreen)
         launch();
         EXPECT_EQ(window().geometry(), restored);
         quit();
+    }
+}
+
+TEST(EditorWindow, titleBarIsOnTheScreen)
+{
+    struct Case {
+        QRect room;
+        QRect first;
+    };
+    for (const Case& each : {
+             Case{{0, 0, 1920, 1080}, {300, 160, 1320, 760}},
+             Case{{0, 0, 1366, 768}, {23, 40, 1320, 720}},
+             Case{{0, 28, 1366, 740}, {23, 68, 1320, 692}},
+             Case{{0, 0, 1024, 600}, {0, 40, 1024, 552}},
+         }) {
+        const QRect first = EditorWindow::firstFrame(each.room);
+        EXPECT_EQ(first, each.first) << each.room.width();
+        EXPECT_EQ(EditorWindow::frameOn(each.room, first), first) << "and stays there";
+        for (const QPoint away : {QPoint(-500, -500), QPoint(3000, 2000)}) {
+            const QRect back = EditorWindow::frameOn(each.room, first.translated(away));
+            EXPECT_TRUE(each.room.adjusted(0, 40, 0, -8).contains(back)) << each.room.width();
+        }
     }
 }
 
@@ -389,9 +416,8 @@ TEST_F(Window, menuEnablesWhatCanBeDone)
     EXPECT_FALSE(enabled(QStringLiteral("Trim Start to Playhead")));
     EXPECT_FALSE(enabled(QStringLiteral("Trim End to Playhead")));
     EXPECT_FALSE(enabled(QStringLiteral("Clear Trim")));
-    for (const char* always :
-        {"Open…", "Open Newest Take", "Export", "Share / Update Link", "Close Window", "Undo", "Redo", "Copy",
-            "Select All", "Cut Fillers", "Tighten Pauses", "Split at Playhead", "Settings…", "Quit Vorlix"})
+    for (const char* always : {"Open…", "Open Newest Take", "Export", "Share / Update Link", "Close Window", "Copy",
+             "Select All", "Cut Fillers", "Tighten Pauses", "Split at Playhead", "Settings…", "Quit Vorlix"})
         EXPECT_TRUE(enabled(QString::fromUtf8(always))) << always;
     quit();
     launch();
@@ -402,6 +428,125 @@ TEST_F(Window, menuEnablesWhatCanBeDone)
     EXPECT_TRUE(enabled(QStringLiteral("Clear Trim")));
     editor().trim(0, {}, QStringLiteral("Trim"));
     EXPECT_FALSE(enabled(QStringLiteral("Clear Trim")));
+}
+
+TEST_F(Window, exportChoicesAreRememberedAndOnlyThoseThatThereAre)
+{
+    launch();
+    editor().setCodec(Codec::H264);
+    editor().setExportHeight(1080);
+    editor().setExportFPS(60);
+    quit();
+    launch();
+    EXPECT_NE(control(QStringLiteral("H.264 · 1080p · 60 fps")), nullptr);
+    editor().setExportHeight(std::nullopt);
+    quit();
+    launch();
+    EXPECT_NE(control(QStringLiteral("H.264 · Native · 60 fps")), nullptr);
+    quit();
+    m_home.write(
+        QStringLiteral("Library/Application Support/Kelmo/export.ini"), "[General]\ncodec=av2\nheight=-7\nfps=31\n");
+    launch();
+    EXPECT_NE(control(QStringLiteral("HEVC · Native · 30 fps")), nullptr);
+}
+
+TEST_F(Window, exportAskedForTwiceLeavesTheOneThatRunsAlone)
+{
+    launch();
+    click(QStringLiteral("Export"));
+    ASSERT_TRUE(editor().exportProgress());
+    key(Qt::Key_E, Qt::ControlModifier);
+    EXPECT_EQ(editor().status(), QStringLiteral("An export is already running"));
+    EXPECT_EQ(editor().statusKind(), Editor::StatusKind::Notice);
+    ASSERT_TRUE(waitUntil([this] { return !editor().exportProgress(); }));
+    EXPECT_TRUE(editor().status()->startsWith(QStringLiteral("Exported talk-"))) << qPrintable(*editor().status());
+}
+
+TEST_F(Window, fileDraggedOverItLightsUpWhereItCanBeDropped)
+{
+    launch();
+    auto* root = window().findChild<RootView*>();
+    auto* lit = window().findChild<DropHighlight*>();
+    const auto enter = [root](const QUrl& url) {
+        QMimeData data;
+        data.setUrls({url});
+        QDragEnterEvent event({}, Qt::CopyAction, &data, Qt::LeftButton, {});
+        QCoreApplication::sendEvent(root, &event);
+    };
+    enter(QUrl(QStringLiteral("https://example.org/x.mov")));
+    EXPECT_FALSE(lit->isVisible()) << "nothing that can be opened";
+    enter(QUrl::fromLocalFile(m_takes.movie(QStringLiteral("talk"))));
+    EXPECT_TRUE(lit->isVisible());
+    EXPECT_EQ(lit->geometry(), lit->parentWidget()->rect());
+    window().resize(window().size() - QSize(0, 30));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(lit->geometry(), lit->parentWidget()->rect());
+    QDragLeaveEvent leave;
+    QCoreApplication::sendEvent(root, &leave);
+    EXPECT_FALSE(lit->isVisible());
+    enter(QUrl::fromLocalFile(m_takes.movie(QStringLiteral("talk"))));
+    drop({QUrl::fromLocalFile(m_takes.movie(QStringLiteral("talk")))});
+    EXPECT_FALSE(lit->isVisible());
+}
+
+TEST_F(Window, lowestWindowKeepsAPictureBesideTheAgentsLines)
+{
+    QByteArray events;
+    for (int i = 0; i < 40; ++i)
+        events += R"({"type":"assistant","message":{"content":[{"type":"text","text":"A line of the agent"}]}})"
+                  "\n";
+    m_home.write(QStringLiteral("events"), events);
+    const QString tool = m_home.write(QStringLiteral(".local/bin/claude"), "#!/bin/sh\ncat \"$HOME/events\"\n");
+    QFile::setPermissions(tool, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    launch();
+    window().resize(window().minimumSize());
+    control(QStringLiteral("Ask Claude to edit"))->setFocus();
+    type(QStringLiteral("cut"));
+    key(Qt::Key_Return);
+    auto* lines = window().findChild<PromptLines*>();
+    ASSERT_TRUE(waitUntil([&] { return lines->document()->blockCount() == 41; }));
+    auto* dismiss = window().findChild<QWidget*>();
+    ASSERT_TRUE(waitUntil([&] {
+        for (auto* each : window().findChildren<QAbstractButton*>()) {
+            if (each->isVisible() && each->accessibleName() == QStringLiteral("Dismiss what Claude said"))
+                dismiss = each;
+        }
+        return qobject_cast<QAbstractButton*>(dismiss) != nullptr;
+    }));
+    QCoreApplication::processEvents();
+    const auto* player = window().findChild<PlayerView*>();
+    EXPECT_GE(player->visibleRegion().boundingRect().height(), 112);
+    EXPECT_EQ(player->visibleRegion().boundingRect().size(), player->size()) << "not cropped";
+    EXPECT_GE(lines->height(), 40);
+    const int with = player->height();
+    click(dismiss);
+    EXPECT_TRUE(waitUntil([&] { return !lines->isVisible() && player->height() > with; }));
+    EXPECT_FALSE(dismiss->isVisible());
+}
+
+TEST_F(Window, menuOfManyTakesFitsTheScreenAndScrolls)
+{
+    DarkStyle::apply(*qApp);
+    launch();
+    for (int i = 0; i < 60; ++i) {
+        const QString base = QStringLiteral("take %1").arg(i, 2, 10, QLatin1Char('0'));
+        ASSERT_TRUE(QFile::copy(m_takes.movie(QStringLiteral("talk")), m_takes.movie(base)));
+        m_takes.writeSync(base);
+    }
+    click(QStringLiteral("talk"));
+    ASSERT_TRUE(waitUntil([] { return QApplication::activePopupWidget() != nullptr; }));
+    auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    ASSERT_GE(menu->actions().size(), 61);
+    EXPECT_TRUE(menu->screen()->availableGeometry().contains(menu->geometry()));
+    const QRect first = menu->actionGeometry(menu->actions().first());
+    EXPECT_LE(menu->width(), first.width() + 40) << "one column";
+    EXPECT_FALSE(menu->rect().contains(menu->actionGeometry(menu->actions().last()).center()));
+    key(Qt::Key_Down);
+    key(Qt::Key_Up); // Round to the last one.
+    EXPECT_EQ(menu->activeAction(), menu->actions().last());
+    EXPECT_TRUE(menu->rect().contains(menu->actionGeometry(menu->actions().last()).center())) << "scrolled to";
+    key(Qt::Key_Escape);
+    qApp->setStyleSheet({});
 }
 
 } // namespace kelmo

@@ -1,6 +1,7 @@
 #include "views/AskClaudeBox.h"
 
 #include "tests/agent/StandInClaude.h"
+#include "views/Button.h"
 #include "views/PromptLines.h"
 #include "views/RoundButton.h"
 #include "views/Theme.h"
@@ -207,6 +208,45 @@ TEST_F(AskClaudeBoxTest, everyPartHasANameAndARole)
     click();
     ASSERT_TRUE(waitUntilRunning(true));
     EXPECT_EQ(nameOf(button()), QStringLiteral("Stop Claude"));
+}
+
+TEST_F(AskClaudeBoxTest, promptStaysInTheFieldWhenTheToolIsMissingOrCannotStart)
+{
+    type(QStringLiteral("cut the waffle"));
+    QTest::keyClick(&field(), Qt::Key_Return);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return lines().toPlainText().contains(QStringLiteral("not found")); }));
+    EXPECT_EQ(field().text(), QStringLiteral("cut the waffle"));
+    EXPECT_TRUE(button().isEnabled()) << "for another try";
+
+    const QString tool = m_home.write(QStringLiteral(".local/bin/claude"), "#!/nothing/that/could/run/this\necho no\n");
+    QFile::setPermissions(tool, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QTest::keyClick(&field(), Qt::Key_Return);
+    ASSERT_TRUE(QTest::qWaitFor([this] { return lines().toPlainText().contains(QStringLiteral("Couldn't start")); }));
+    EXPECT_EQ(field().text(), QStringLiteral("cut the waffle"));
+}
+
+TEST_F(AskClaudeBoxTest, linesOfARunThatIsOverCanBeDismissed)
+{
+    auto& dismiss = *m_box->findChild<Button*>();
+    m_tool.install("while :; do sleep 0.1; done");
+    for (const bool byKey : {false, true}) {
+        EXPECT_FALSE(dismiss.isVisible());
+        type(QStringLiteral("tighten"));
+        QTest::keyClick(&field(), Qt::Key_Return);
+        ASSERT_TRUE(waitUntilRunning(true));
+        EXPECT_FALSE(dismiss.isVisible());
+        QTest::keyClick(&field(), Qt::Key_Escape);
+        EXPECT_FALSE(m_agent.lines().empty()) << "a run that goes on is stopped, not hidden";
+        click();
+        ASSERT_TRUE(waitUntilRunning(false));
+        EXPECT_TRUE(dismiss.isVisible());
+        if (byKey)
+            QTest::keyClick(&field(), Qt::Key_Escape);
+        else
+            QTest::mouseClick(&dismiss, Qt::LeftButton);
+        EXPECT_TRUE(QTest::qWaitFor([this] { return !lines().isVisible(); }));
+        EXPECT_TRUE(m_agent.lines().empty());
+    }
 }
 
 } // namespace kelmo

@@ -58,7 +58,7 @@ TEST_F(TimelineBarTest, handlesThatNearlyMeetGiveTheRightOneFirst)
     release(right(at(15'000), -1));
 }
 
-TEST_F(TimelineBarTest, headDraggedSnapsInWordsAndNearThemAndNotWithAlt)
+TEST_F(TimelineBarTest, headDraggedSnapsInWordsAndNearThemAndNotWithCtrlOrAlt)
 {
     openTake();
     const double before7 = EditOps::trimInBefore(7, m_editor->words(), duration);
@@ -69,7 +69,8 @@ TEST_F(TimelineBarTest, headDraggedSnapsInWordsAndNearThemAndNotWithAlt)
     } cases[] = {
         {7300, {}, before7}, // Inside word 7, in its first half.
         {8950, {}, EditOps::trimInBefore(9, m_editor->words(), duration)}, // Silence, within ten points.
-        {7350, Qt::AltModifier, 7350},
+        {7350, Qt::ControlModifier, 7350},
+        {7420, Qt::AltModifier, 7420},
         {0, {}, 0},
     };
     for (const auto& each : cases) {
@@ -80,7 +81,7 @@ TEST_F(TimelineBarTest, headDraggedSnapsInWordsAndNearThemAndNotWithAlt)
         EXPECT_FALSE(m_editor->isTrimPreviewing());
         EXPECT_EQ(undoText(), text("Trim Start"));
     }
-    EXPECT_EQ(m_editor->undo().count(), 4) << "one step a drag";
+    EXPECT_EQ(m_editor->undo().count(), 5) << "one step a drag";
 }
 
 TEST_F(TimelineBarTest, dragInLongSilenceSnapsWithinTenPointsOnly)
@@ -142,14 +143,14 @@ TEST_F(TimelineBarTest, trimmedTakeIsShownWholeWhileAHandleIsHeld)
     EXPECT_EQ(m_editor->cuts().trimIn, 3000);
 }
 
-TEST_F(TimelineBarTest, helpTellsOfAltWhileAHandleIsHeld)
+TEST_F(TimelineBarTest, helpTellsOfCtrlWhileAHandleIsHeld)
 {
     openTake();
     const QString usual = text("Drag the yellow ends to trim · Ctrl+B splits at the playhead · "
                                "click a piece and Delete to remove it");
     EXPECT_EQ(m_bar->toolTip(), usual);
     press(at(0));
-    EXPECT_EQ(m_bar->toolTip(), text("Hold Alt to trim between words"));
+    EXPECT_EQ(m_bar->toolTip(), text("Hold Ctrl to trim between words"));
     release(at(0));
     EXPECT_EQ(m_bar->toolTip(), usual);
     press(at(15'000));
@@ -174,7 +175,7 @@ TEST_F(TimelineBarTest, clickSelectsThePieceOrNothing)
     EXPECT_EQ(m_editor->selection(), (Span{20'000, 30'000})) << "the strip has closed up";
 }
 
-TEST_F(TimelineBarTest, dragAcrossSelectsWordsOrExactlyWithAlt)
+TEST_F(TimelineBarTest, dragAcrossSelectsWordsOrExactlyWithCtrl)
 {
     openTake();
     drag(at(9900), at(12'600));
@@ -182,7 +183,7 @@ TEST_F(TimelineBarTest, dragAcrossSelectsWordsOrExactlyWithAlt)
     EXPECT_EQ(m_editor->selection(), words);
     drag(at(12'600), at(9900));
     EXPECT_EQ(m_editor->selection(), words) << "either way round";
-    drag(at(9000), at(12'000), Qt::AltModifier);
+    drag(at(9000), at(12'000), Qt::ControlModifier);
     EXPECT_EQ(m_editor->selection(), (Span{9000, 12'000}));
     EXPECT_NEAR(headMs(), 12'000, 1);
     EXPECT_EQ(m_editor->undo().count(), 0);

@@ -293,4 +293,25 @@ TEST_F(TranscriptViewTest, newWordsOfTheSameTakeArePaintedAnew)
     EXPECT_EQ(text().selectedRange(), TextRange());
 }
 
+TEST_F(TranscriptViewTest, playheadsHighlightIsNeverOnAStruckWord)
+{
+    open(said(utf8("one two three four")));
+    show();
+    m_editor.seekToWord(1);
+    ASSERT_EQ(text().highlight(), m_view->coordinator().wordRanges()[1]);
+    m_editor.toggleWords({1});
+    EXPECT_FALSE(text().highlight()) << "struck just now";
+    for (double ms = 0; ms < 2000; ms += 20) {
+        m_editor.previewSource(ms);
+        const std::vector<StyledRange>& words = text().page().styles();
+        const bool onStruck = std::any_of(words.begin(), words.end(),
+            [&](const StyledRange& each) { return text().highlight() == each.range && each.style == WordStyle::Cut; });
+        EXPECT_FALSE(onStruck) << ms;
+    }
+    m_editor.seekToWord(1);
+    m_editor.undo().undo();
+    m_editor.seekToWord(1);
+    EXPECT_EQ(text().highlight(), m_view->coordinator().wordRanges()[1]) << "restored";
+}
+
 } // namespace kelmo
