@@ -40,7 +40,7 @@ const char* attributesOf(WordStyle style)
 {
     switch (style) {
     case WordStyle::Cut:
-        return "text-line-through-type:single;";
+        return "text-line-through-type:single;color:rgb(86,86,87);";
     case WordStyle::Filler:
         return "color:rgb(255,159,10);";
     case WordStyle::Kept:
@@ -68,10 +68,19 @@ void AccessibleWordText::tellCaret(WordTextView& view, TextRange before)
     const TextRange selected = view.selectedRange();
     QAccessibleTextCursorEvent moved(&view, view.caretPosition());
     QAccessible::updateAccessibility(&moved);
+    tellCuts(view);
     if (selected == before || (selected.length == 0 && before.length == 0))
         return;
     QAccessibleTextSelectionEvent selects(&view, selected.location, selected.end());
     QAccessible::updateAccessibility(&selects);
+}
+
+void AccessibleWordText::tellCuts(WordTextView& view)
+{
+    if (!QAccessible::isActive())
+        return;
+    QAccessibleEvent event(&view, QAccessible::DescriptionChanged);
+    QAccessible::updateAccessibility(&event);
 }
 
 AccessibleWordText::AccessibleWordText(WordTextView& view)
@@ -80,6 +89,29 @@ AccessibleWordText::AccessibleWordText(WordTextView& view)
 }
 
 WordTextView& AccessibleWordText::view() const { return *static_cast<WordTextView*>(widget()); }
+
+QString AccessibleWordText::text(QAccessible::Text kind) const
+{
+    const QString cut = kind == QAccessible::Description ? whatIsCut() : QString();
+    return cut.isEmpty() ? QAccessibleWidget::text(kind) : cut;
+}
+
+/// Whether the caret's word is cut, and how many are; empty when none is.
+QString AccessibleWordText::whatIsCut() const
+{
+    const std::vector<StyledRange>& words = page().styles();
+    const auto isCut = [](const StyledRange& word) { return word.style == WordStyle::Cut; };
+    const auto count = std::count_if(words.begin(), words.end(), isCut);
+    if (count == 0)
+        return {};
+    const QString all = QStringLiteral("%1 of %2 words are cut").arg(count).arg(words.size());
+    const std::optional<TextRange> here = page().wordAt(view().caretPosition());
+    const bool hereIsCut = here && std::any_of(words.begin(), words.end(), [&](const StyledRange& word) {
+        return word.range == *here && isCut(word);
+    });
+    return hereIsCut ? QStringLiteral("“") % text(here->location, here->end()) % QStringLiteral("” is cut, ") % all
+                     : all;
+}
 
 QAccessible::State AccessibleWordText::state() const
 {

@@ -7,8 +7,9 @@
 namespace kelmo {
 
 /// The transcript as assistive technology reads it: a text that can't be typed into, with a caret and a selection to
-/// set, words as they were transcribed, lines as they stand on the page, and how each word looks. Made by Qt for a
-/// WordTextView on demand; main thread.
+/// set, words as they were transcribed, lines as they stand on the page, and how each word looks. The description says
+/// what is cut, because the toolkit hands no strike-through on to the bus. Made by Qt for a WordTextView on demand;
+/// main thread.
 class AccessibleWordText : public QAccessibleWidget, public QAccessibleTextInterface {
 public:
     /// Lets Qt make one for each WordTextView from now on.
@@ -16,9 +17,11 @@ public:
     /// Tell whoever listens what has changed.
     static void tellText(WordTextView& view, const QString& before);
     static void tellCaret(WordTextView& view, TextRange before);
+    static void tellCuts(WordTextView& view);
 
     explicit AccessibleWordText(WordTextView& view);
 
+    [[nodiscard]] QString text(QAccessible::Text kind) const override;
     [[nodiscard]] QAccessible::State state() const override;
     void* interface_cast(QAccessible::InterfaceType type) override;
 
@@ -41,11 +44,10 @@ public:
     void scrollToSubstring(int start, int end) override;
     QString attributes(int offset, int* start, int* end) const override;
 
-    using QAccessibleWidget::text;
-
 private:
     [[nodiscard]] WordTextView& view() const;
     [[nodiscard]] const TextPage& page() const { return view().page(); }
+    [[nodiscard]] QString whatIsCut() const;
     [[nodiscard]] TextRange unit(int offset, QAccessible::TextBoundaryType boundary) const;
     QString report(std::optional<TextRange> range, int* start, int* end) const;
 };

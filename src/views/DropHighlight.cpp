@@ -9,7 +9,6 @@ namespace kelmo {
 
 namespace {
 
-constexpr int belowCard = 8;
 constexpr double lineWidth = 2;
 constexpr int labelHeight = 36;
 constexpr int labelPadding = 16;
@@ -50,8 +49,7 @@ void DropHighlight::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const double inset = lineWidth / 2;
-    const QRectF card
-        = QRectF(rect()).adjusted(Theme::windowEdge + inset, inset, -Theme::windowEdge - inset, -belowCard - inset);
+    const QRectF card = QRectF(rect()).adjusted(Theme::windowEdge + inset, inset, -Theme::windowEdge - inset, -inset);
     painter.fillRect(rect(), Theme::black(0.6));
     painter.setPen(QPen(Theme::accent, lineWidth));
     painter.setBrush(tint(Theme::accent, 0.16));

@@ -75,6 +75,7 @@ void WordTextView::setStyles(std::vector<StyledRange> styles)
         if (box.bottom() > 0 && box.top() < viewport()->height())
             viewport()->update(box.toAlignedRect());
     }
+    AccessibleWordText::tellCuts(*this);
 }
 
 void WordTextView::setHighlight(std::optional<TextRange> range)

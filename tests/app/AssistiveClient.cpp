@@ -126,6 +126,12 @@ QString AssistiveClient::name(const AccessibleReference& reference)
     return answer.value(0).value<QDBusVariant>().variant().toString();
 }
 
+QString AssistiveClient::description(const AccessibleReference& reference)
+{
+    const QVariantList answer = call(reference, properties, latin("Get"), {latin(accessible), latin("Description")});
+    return answer.value(0).value<QDBusVariant>().variant().toString();
+}
+
 QString AssistiveClient::roleName(const AccessibleReference& reference)
 {
     return call(reference, accessible, latin("GetRoleName"), {}).value(0).toString();
@@ -135,6 +141,19 @@ std::optional<QString> AssistiveClient::text(const AccessibleReference& referenc
 {
     const QVariantList answer = onText(reference, latin("GetText"), {0, -1});
     return answer.isEmpty() ? std::nullopt : std::optional(answer[0].toString());
+}
+
+AccessibleReference AssistiveClient::find(const QString& name)
+{
+    const std::vector<AccessibleReference> all = everything();
+    const auto found = std::find_if(
+        all.begin(), all.end(), [&](const AccessibleReference& each) { return this->name(each) == name; });
+    return found == all.end() ? AccessibleReference() : *found;
+}
+
+void AssistiveClient::press(const AccessibleReference& button)
+{
+    call(button, "org.a11y.atspi.Action", latin("DoAction"), {0});
 }
 
 QVariantList AssistiveClient::onText(

@@ -40,6 +40,7 @@ public:
     [[nodiscard]] std::vector<AccessibleReference> everything();
 
     [[nodiscard]] QString name(const AccessibleReference& reference);
+    [[nodiscard]] QString description(const AccessibleReference& reference);
     [[nodiscard]] QString roleName(const AccessibleReference& reference);
     [[nodiscard]] bool isFocusable(const AccessibleReference& reference);
     /// Nothing when it has no text.
@@ -47,6 +48,10 @@ public:
 
     /// Calls a method of its text.
     QVariantList onText(const AccessibleReference& reference, const QString& method, const QVariantList& arguments);
+
+    /// The thing on show with this name; without a service when there is none.
+    [[nodiscard]] AccessibleReference find(const QString& name);
+    void press(const AccessibleReference& button);
 
     [[nodiscard]] const std::vector<Event>& events() const { return m_events; }
 

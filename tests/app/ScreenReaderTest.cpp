@@ -35,7 +35,9 @@ protected:
             m_takes.makeMovie(latin(base), 10);
             m_takes.writeSync(latin(base));
         }
-        m_takes.writeTranscript(latin("talk"), TakeFolder::talk(10), TakeFolder::Aligned::Yes);
+        std::vector<Word> words = TakeFolder::talk(10);
+        words[4].text = latin("um");
+        m_takes.writeTranscript(latin("talk"), words, TakeFolder::Aligned::Yes);
         m_takes.writeTranscript(latin("other"), TakeFolder::talk(4), TakeFolder::Aligned::Yes);
         startProgram();
         ASSERT_TRUE(QTest::qWaitFor([this] { return findTranscript(); }, patienceMs)) << "no transcript to be read";
@@ -127,7 +129,7 @@ TEST_F(ScreenReader, readsEveryControlAndFollowsTheTranscript)
     }
     EXPECT_GE(controls, 12);
 
-    EXPECT_EQ(m_reader.text(m_transcript), latin("w0 w1 w2 w3 w4 w5 w6 w7 w8 w9"));
+    EXPECT_EQ(m_reader.text(m_transcript), latin("w0 w1 w2 w3 um w5 w6 w7 w8 w9"));
 
     EXPECT_TRUE(m_reader.onText(m_transcript, latin("SetCaretOffset"), {6}).value(0).toBool());
     EXPECT_TRUE(arrives([](const auto& event) { return event.name == latin("TextCaretMoved") && event.first == 6; }));
@@ -135,6 +137,12 @@ TEST_F(ScreenReader, readsEveryControlAndFollowsTheTranscript)
     EXPECT_TRUE(m_reader.onText(m_transcript, latin("AddSelection"), {3, 8}).value(0).toBool());
     EXPECT_TRUE(arrives([](const auto& event) { return event.name == latin("TextSelectionChanged"); }));
     EXPECT_EQ(m_reader.onText(m_transcript, latin("GetSelection"), {0}), (QVariantList{3, 8}));
+
+    EXPECT_TRUE(m_reader.onText(m_transcript, latin("SetCaretOffset"), {13}).value(0).toBool());
+    m_reader.press(m_reader.find(latin("Cut fillers")));
+    const QString cut = QString::fromUtf8("“um” is cut, 1 of 10 words are cut");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return m_reader.description(m_transcript) == cut; }, patienceMs))
+        << qPrintable(m_reader.description(m_transcript));
 
     open(m_takes.movie(latin("other")));
     EXPECT_TRUE(arrives([](const auto& event) {

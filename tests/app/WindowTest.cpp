@@ -513,11 +513,10 @@ TEST_F(Window, lowestWindowKeepsAPictureBesideTheAgentsLines)
         }
         return qobject_cast<QAbstractButton*>(dismiss) != nullptr;
     }));
-    QCoreApplication::processEvents();
+    EXPECT_TRUE(waitUntil([&] { return lines->height() >= 40; }));
     const auto* player = window().findChild<PlayerView*>();
     EXPECT_GE(player->visibleRegion().boundingRect().height(), 112);
     EXPECT_EQ(player->visibleRegion().boundingRect().size(), player->size()) << "not cropped";
-    EXPECT_GE(lines->height(), 40);
     const int with = player->height();
     click(dismiss);
     EXPECT_TRUE(waitUntil([&] { return !lines->isVisible() && player->height() > with; }));

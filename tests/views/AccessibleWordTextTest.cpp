@@ -116,6 +116,19 @@ TEST_F(AccessibleWordTextTest, attributesTellCutWordsAndFillers)
     EXPECT_EQ(std::pair(start, end), std::pair(5, 6));
 }
 
+TEST_F(AccessibleWordTextTest, descriptionTellsWhatIsCutAndWhetherTheCaretsWordIs)
+{
+    EXPECT_EQ(m_page->text(QAccessible::Description), QString());
+    select(utf8("this works"));
+    key(Qt::Key_Delete);
+    caretAt(13);
+    EXPECT_EQ(m_page->text(QAccessible::Description), utf8("“works” is cut, 2 of 8 words are cut"));
+    caretAt(1);
+    EXPECT_EQ(m_page->text(QAccessible::Description), utf8("2 of 8 words are cut"));
+    m_editor.undo().undo();
+    EXPECT_EQ(m_page->text(QAccessible::Description), QString());
+}
+
 TEST_F(AccessibleWordTextTest, everyCharacterIsFoundWhereItIs)
 {
     for (int i = 0; i < reader().characterCount(); ++i) {
