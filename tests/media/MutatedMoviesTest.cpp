@@ -51,6 +51,8 @@ public:
     void apply(QByteArray& bytes)
     {
         for (int left = 1 + below(3); left > 0 && bytes.size() > 16; --left) {
+            const qsizetype at = place(bytes);
+            const qsizetype length = std::min(m_length, bytes.size() - at);
             switch (below(7)) {
             case 0:
                 bytes.truncate(below(bytes.size()));
@@ -59,13 +61,13 @@ public:
                 flip(bytes);
                 break;
             case 2:
-                std::fill_n(bytes.begin() + place(bytes), std::min<qsizetype>(m_length, bytes.size() - m_at), '\0');
+                std::fill_n(bytes.begin() + at, length, '\0');
                 break;
             case 3:
-                bytes.insert(place(bytes), bytes.mid(below(bytes.size()), m_length));
+                bytes.insert(at, bytes.mid(below(bytes.size()), length));
                 break;
             case 4:
-                bytes.remove(place(bytes), m_length);
+                bytes.remove(at, length);
                 break;
             default:
                 spoilBox(bytes);
@@ -80,8 +82,7 @@ private:
     qsizetype place(const QByteArray& bytes)
     {
         m_length = 1 + below(qsizetype(1) << (2 + below(14)));
-        m_at = below(below(2) ? bytes.size() : std::min<qsizetype>(bytes.size(), 3000));
-        return m_at;
+        return below(below(2) ? bytes.size() : std::min<qsizetype>(bytes.size(), 3000));
     }
 
     void flip(QByteArray& bytes)
@@ -106,15 +107,13 @@ private:
         if (at < 0)
             return flip(bytes);
         at += 4 * (below(8) - 1);
+        const uint32_t value = values[below(std::size(values))];
         for (int i = 0; i < 4 && at >= 0 && at + i < bytes.size(); ++i)
-            bytes[at + i] = char(values[m_value] >> (24 - 8 * i));
-        m_value = size_t(below(std::size(values)));
+            bytes[at + i] = char(value >> (24 - 8 * i));
     }
 
     std::minstd_rand m_random;
-    qsizetype m_at = 0;
     qsizetype m_length = 0;
-    size_t m_value = 6;
 };
 
 double processorSeconds() { return double(std::clock()) / CLOCKS_PER_SEC; }
