@@ -4,8 +4,8 @@
 #include "media/ExportPlan.h"
 #include "media/Exporter.h"
 #include "media/FaceCompositor.h"
-#include "media/stack/AvHandles.h"
-#include "media/stack/FrameSequence.h"
+#include "media/stack/core/AvHandles.h"
+#include "media/stack/decode/FrameSequence.h"
 
 #include <QCoreApplication>
 #include <QProcess>

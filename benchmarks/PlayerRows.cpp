@@ -2,7 +2,7 @@
 #include "benchmarks/Row.h"
 
 #include "media/PreviewItems.h"
-#include "media/stack/Player.h"
+#include "media/stack/player/Player.h"
 #include "model/Cuts.h"
 #include "platform/MonotonicClock.h"
 

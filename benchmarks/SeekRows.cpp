@@ -4,7 +4,7 @@
 
 #include "editor/Editor.h"
 #include "media/PreviewItems.h"
-#include "media/stack/Player.h"
+#include "media/stack/player/Player.h"
 
 #include <random>
 

@@ -2,8 +2,8 @@
 #include "benchmarks/Row.h"
 
 #include "platform/MonotonicClock.h"
-#include "views/PlayerView.h"
-#include "views/TimelineBar.h"
+#include "views/timeline/TimelineBar.h"
+#include "views/window/PlayerView.h"
 
 #include <QApplication>
 #include <QMouseEvent>

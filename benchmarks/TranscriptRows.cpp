@@ -1,7 +1,7 @@
 #include "benchmarks/Row.h"
 
 #include "tools/moviemaker/MovieMaker.h"
-#include "views/TranscriptView.h"
+#include "views/transcript/TranscriptView.h"
 
 #include <QApplication>
 #include <QJsonArray>

@@ -3,7 +3,7 @@
 
 #include "app/AppDelegate.h"
 #include "platform/MonotonicClock.h"
-#include "views/DarkStyle.h"
+#include "views/style/DarkStyle.h"
 
 #include <QApplication>
 #include <QJsonDocument>

@@ -43,9 +43,13 @@ function(kelmo_library name)
     endif()
 endfunction()
 
-# kelmo_tests(NAME LINKS...): the test program of one folder of tests/; every TEST becomes one ctest entry.
+# kelmo_tests(NAME LINKS...): the test program of one folder of tests/ and those below it; every TEST becomes one ctest
+# entry. Folders that match KELMO_TESTS_EXCLUDE have a program of their own.
 function(kelmo_tests name)
-    file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+    file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+    if(KELMO_TESTS_EXCLUDE)
+        list(FILTER sources EXCLUDE REGEX "${KELMO_TESTS_EXCLUDE}")
+    endif()
     add_executable(tests_${name} ${sources})
     set_target_properties(tests_${name} PROPERTIES AUTOMOC ON)
     target_include_directories(tests_${name} PRIVATE ${CMAKE_SOURCE_DIR})

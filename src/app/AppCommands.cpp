@@ -1,8 +1,8 @@
 #include "app/AppDelegate.h"
 #include "app/QuitQuestion.h"
 #include "app/Responders.h"
-#include "views/OpenPanel.h"
-#include "views/SettingsView.h"
+#include "views/window/OpenPanel.h"
+#include "views/window/SettingsView.h"
 
 #include <QApplication>
 #include <QMessageBox>

@@ -4,9 +4,9 @@
 #include "platform/MonotonicClock.h"
 #include "platform/ReducedMotion.h"
 #include "telemetry/Log.h"
-#include "views/HeaderBar.h"
-#include "views/OpenPanel.h"
-#include "views/RootView.h"
+#include "views/window/HeaderBar.h"
+#include "views/window/OpenPanel.h"
+#include "views/window/RootView.h"
 
 #include <QApplication>
 

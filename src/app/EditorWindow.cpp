@@ -1,7 +1,7 @@
 #include "app/EditorWindow.h"
 
 #include "platform/Home.h"
-#include "views/Theme.h"
+#include "views/style/Theme.h"
 
 #include <QCloseEvent>
 #include <QScreen>

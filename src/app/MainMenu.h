@@ -1,6 +1,6 @@
 #pragma once
 
-#include "views/StyledMenu.h"
+#include "views/controls/StyledMenu.h"
 
 #include <QAction>
 

@@ -4,11 +4,11 @@
 #include "diagnostics/Bench.h"
 #include "media/ExportFolder.h"
 #include "media/FaceCompositor.h"
-#include "media/stack/EncoderProbe.h"
+#include "media/stack/encode/EncoderProbe.h"
 #include "platform/MonotonicClock.h"
 #include "platform/QuitSignals.h"
 #include "platform/RuntimeFolder.h"
-#include "views/DarkStyle.h"
+#include "views/style/DarkStyle.h"
 
 #include <QApplication>
 #include <QThreadPool>

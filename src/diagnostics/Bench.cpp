@@ -4,8 +4,8 @@
 #include "diagnostics/PreviewReader.h"
 #include "media/CompositionBuilder.h"
 #include "media/PreviewItems.h"
-#include "media/stack/PictureMaker.h"
-#include "media/stack/Player.h"
+#include "media/stack/player/PictureMaker.h"
+#include "media/stack/player/Player.h"
 #include "model/Cuts.h"
 #include "platform/MonotonicClock.h"
 

@@ -1,6 +1,6 @@
 #include "diagnostics/PreviewReader.h"
 
-#include "media/stack/PictureGrid.h"
+#include "media/stack/player/PictureGrid.h"
 
 namespace kelmo {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "media/ExportFeeds.h"
-#include "media/stack/PlayerItem.h"
+#include "media/stack/player/PlayerItem.h"
 
 #include <thread>
 

@@ -1,6 +1,6 @@
 #include "diagnostics/SelfTest.h"
 
-#include "views/TranscriptView.h"
+#include "views/transcript/TranscriptView.h"
 
 #include <QAction>
 #include <QApplication>

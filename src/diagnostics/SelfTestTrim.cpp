@@ -1,6 +1,6 @@
 #include "diagnostics/SelfTest.h"
 #include "telemetry/Log.h"
-#include "views/TimelineBar.h"
+#include "views/timeline/TimelineBar.h"
 
 #include <QCoreApplication>
 #include <QCoroTimer>

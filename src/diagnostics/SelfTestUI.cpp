@@ -1,7 +1,7 @@
 #include "diagnostics/SelfTest.h"
 #include "platform/Home.h"
 #include "telemetry/Log.h"
-#include "views/TranscriptView.h"
+#include "views/transcript/TranscriptView.h"
 
 #include <QCoroTimer>
 #include <QDir>

@@ -10,7 +10,7 @@
 #include "media/Built.h"
 #include "media/Exporter.h"
 #include "media/PreviewItems.h"
-#include "media/stack/Player.h"
+#include "media/stack/player/Player.h"
 #include "model/EditOps.h"
 
 #include <QCoroTask>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "media/LoadedTake.h"
-#include "media/stack/Composition.h"
+#include "media/stack/composition/Composition.h"
 #include "model/Timeline.h"
 
 namespace kelmo {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "media/stack/VideoEncoder.h"
+#include "media/stack/encode/VideoEncoder.h"
 
 #include <QString>
 #include <QStringView>

@@ -1,7 +1,7 @@
 #include "media/ExportFeeds.h"
 
-#include "media/stack/FrameConverter.h"
-#include "media/stack/FrameSequence.h"
+#include "media/stack/decode/FrameSequence.h"
+#include "media/stack/picture/FrameConverter.h"
 
 namespace kelmo {
 

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "media/ExportPlan.h"
-#include "media/stack/BoundedQueue.h"
-#include "media/stack/FacePicture.h"
-#include "media/stack/FrameConverter.h"
-#include "media/stack/VideoFrame.h"
+#include "media/stack/core/BoundedQueue.h"
+#include "media/stack/picture/FacePicture.h"
+#include "media/stack/picture/FrameConverter.h"
+#include "media/stack/picture/VideoFrame.h"
 
 #include <atomic>
 

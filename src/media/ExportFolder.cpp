@@ -1,6 +1,6 @@
 #include "media/ExportFolder.h"
 
-#include "media/stack/PartFile.h"
+#include "media/stack/encode/PartFile.h"
 #include "platform/Home.h"
 
 #include <QDateTime>

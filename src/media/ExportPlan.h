@@ -1,7 +1,7 @@
 #pragma once
 
 #include "media/Built.h"
-#include "media/stack/VideoEncoder.h"
+#include "media/stack/encode/VideoEncoder.h"
 
 namespace kelmo {
 

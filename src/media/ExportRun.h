@@ -3,9 +3,9 @@
 #include "media/ExportFeeds.h"
 #include "media/Exporter.h"
 #include "media/FaceCompositor.h"
-#include "media/stack/AudioEncoder.h"
-#include "media/stack/AudioMixer.h"
-#include "media/stack/MovieWriter.h"
+#include "media/stack/composition/AudioMixer.h"
+#include "media/stack/encode/AudioEncoder.h"
+#include "media/stack/encode/MovieWriter.h"
 
 #include <mutex>
 #include <thread>

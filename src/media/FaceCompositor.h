@@ -1,6 +1,6 @@
 #pragma once
 
-#include "media/stack/PictureOverlay.h"
+#include "media/stack/picture/PictureOverlay.h"
 
 #include <vector>
 

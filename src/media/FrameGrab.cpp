@@ -1,8 +1,8 @@
 #include "media/FrameGrab.h"
 
 #include "media/FaceCompositor.h"
-#include "media/stack/FrameConverter.h"
-#include "media/stack/PngWriter.h"
+#include "media/stack/picture/FrameConverter.h"
+#include "media/stack/picture/PngWriter.h"
 
 namespace kelmo {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "media/stack/Asset.h"
-#include "media/stack/DecoderPool.h"
+#include "media/stack/container/Asset.h"
+#include "media/stack/decode/DecoderPool.h"
 #include "model/Take.h"
 
 namespace kelmo {

@@ -2,7 +2,7 @@
 
 #include "media/Built.h"
 #include "media/FaceCompositor.h"
-#include "media/stack/PlayerItem.h"
+#include "media/stack/player/PlayerItem.h"
 
 namespace kelmo {
 

@@ -2,7 +2,7 @@
 
 #include "media/LoadedTake.h"
 #include "media/Thumbnail.h"
-#include "media/stack/RgbScaler.h"
+#include "media/stack/picture/RgbScaler.h"
 
 #include <QSize>
 

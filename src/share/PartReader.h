@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/HttpRequest.h"
+#include "platform/http/HttpRequest.h"
 
 namespace kelmo {
 

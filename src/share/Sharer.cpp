@@ -1,7 +1,7 @@
 #include "share/Sharer.h"
 
 #include "model/Cuts.h"
-#include "platform/UrlScheme.h"
+#include "platform/http/UrlScheme.h"
 #include "telemetry/Log.h"
 
 #include <QClipboard>

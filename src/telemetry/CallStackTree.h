@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/CrashRecord.h"
-#include "platform/Symbolizer.h"
+#include "platform/crash/CrashRecord.h"
+#include "platform/crash/Symbolizer.h"
 
 #include <QByteArray>
 

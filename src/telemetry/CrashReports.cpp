@@ -1,7 +1,7 @@
 #include "telemetry/CrashReports.h"
 
-#include "platform/CrashSource.h"
 #include "platform/Home.h"
+#include "platform/crash/CrashSource.h"
 #include "telemetry/Analytics.h"
 #include "telemetry/PastDiagnostics.h"
 

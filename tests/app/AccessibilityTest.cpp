@@ -1,6 +1,6 @@
 #include "tests/app/WindowFixture.h"
-#include "views/ProgressLine.h"
-#include "views/RootView.h"
+#include "views/controls/ProgressLine.h"
+#include "views/window/RootView.h"
 
 #include <QAbstractButton>
 #include <QAccessible>

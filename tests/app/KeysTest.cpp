@@ -1,5 +1,5 @@
 #include "tests/app/WindowFixture.h"
-#include "views/TimelineBar.h"
+#include "views/timeline/TimelineBar.h"
 
 #include <QApplication>
 #include <QClipboard>

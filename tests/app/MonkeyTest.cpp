@@ -2,7 +2,7 @@
 #include "tests/app/EditHistory.h"
 #include "tests/app/WindowFixture.h"
 #include "tests/platform/PrivateBus.h"
-#include "views/TranscriptView.h"
+#include "views/transcript/TranscriptView.h"
 
 #include <QDesktopServices>
 #include <QFile>

@@ -2,13 +2,13 @@
 #include "tests/app/WindowFixture.h"
 #include "tests/platform/FakeSettingsPortal.h"
 #include "tests/platform/PrivateBus.h"
-#include "views/DarkStyle.h"
-#include "views/DropHighlight.h"
-#include "views/PlayerView.h"
-#include "views/PromptLines.h"
-#include "views/RootView.h"
-#include "views/Theme.h"
-#include "views/TimelineBar.h"
+#include "views/style/DarkStyle.h"
+#include "views/style/Theme.h"
+#include "views/timeline/TimelineBar.h"
+#include "views/window/DropHighlight.h"
+#include "views/window/PlayerView.h"
+#include "views/window/PromptLines.h"
+#include "views/window/RootView.h"
 
 #include <QAbstractButton>
 #include <QApplication>

@@ -1,4 +1,4 @@
-#include "media/stack/PartFile.h"
+#include "media/stack/encode/PartFile.h"
 #include "tests/editor/EditorFixture.h"
 
 #include <QCoroTask>

@@ -1,7 +1,7 @@
 #include "media/CompositionBuilder.h"
 #include "media/ExportPlan.h"
 #include "media/FrameGrab.h"
-#include "media/stack/AudioMixer.h"
+#include "media/stack/composition/AudioMixer.h"
 
 #include <cstdlib>
 

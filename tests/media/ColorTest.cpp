@@ -1,6 +1,6 @@
 #include "media/Exporter.h"
 #include "media/FrameGrab.h"
-#include "media/stack/FrameConverter.h"
+#include "media/stack/picture/FrameConverter.h"
 #include "tests/media/ExportedMovie.h"
 #include "tests/media/MadeTake.h"
 

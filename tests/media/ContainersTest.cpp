@@ -1,7 +1,7 @@
 #include "media/CompositionBuilder.h"
 #include "media/Exporter.h"
 #include "media/FrameGrab.h"
-#include "media/stack/AudioTrackReader.h"
+#include "media/stack/decode/AudioTrackReader.h"
 #include "tests/media/ExportedMovie.h"
 #include "tests/media/MadeTake.h"
 #include "tests/media/PeakMemory.h"

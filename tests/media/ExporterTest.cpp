@@ -2,7 +2,7 @@
 
 #include "media/FaceCompositor.h"
 #include "media/FrameGrab.h"
-#include "media/stack/AudioMixer.h"
+#include "media/stack/composition/AudioMixer.h"
 #include "tests/media/ExportedMovie.h"
 #include "tests/media/MadeTake.h"
 #include "tools/moviemaker/FrameCode.h"

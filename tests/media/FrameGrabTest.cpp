@@ -1,6 +1,6 @@
 #include "media/FrameGrab.h"
 
-#include "media/stack/FrameSequence.h"
+#include "media/stack/decode/FrameSequence.h"
 #include "tests/media/MadeTake.h"
 #include "tools/moviemaker/FrameCode.h"
 

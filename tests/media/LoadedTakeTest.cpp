@@ -1,6 +1,6 @@
 #include "media/LoadedTake.h"
 
-#include "media/stack/AudioMixer.h"
+#include "media/stack/composition/AudioMixer.h"
 #include "tests/media/MadeTake.h"
 #include "tools/moviemaker/SoundCode.h"
 

@@ -4,7 +4,7 @@
 #include "media/FrameGrab.h"
 #include "media/PreviewItems.h"
 #include "tests/media/ExportedMovie.h"
-#include "tests/media/stack/PlayerFixture.h"
+#include "tests/media/stack/player/PlayerFixture.h"
 #include "tools/moviemaker/FrameCode.h"
 
 #include <QProcess>

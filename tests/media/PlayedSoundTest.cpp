@@ -2,7 +2,7 @@
 #include "media/PreviewItems.h"
 #include "tests/media/ExportedMovie.h"
 #include "tests/media/MadeTake.h"
-#include "tests/media/stack/PlayerFixture.h"
+#include "tests/media/stack/player/PlayerFixture.h"
 #include "tools/moviemaker/SoundCode.h"
 
 namespace kelmo {

@@ -1,6 +1,6 @@
 #include "telemetry/CrashReports.h"
 
-#include "platform/CrashSource.h"
+#include "platform/crash/CrashSource.h"
 #include "telemetry/Analytics.h"
 #include "telemetry/AnalyticsEndpoint.h"
 #include "tests/support/DoomedProcess.h"

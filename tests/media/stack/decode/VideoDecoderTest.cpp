@@ -1,0 +1,304 @@
+#include "media/stack/decode/VideoDecoder.h"
+
+#include "media/stack/container/AssetOpening.h"
+#include "media/stack/container/SampleListing.h"
+#include "media/stack/decode/FrameSequence.h"
+#include "media/stack/picture/FrameConverter.h"
+#include "tests/movies/CodedMovie.h"
+#include "tools/moviemaker/FrameCode.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+namespace kelmo {
+
+namespace {
+
+/// A movie, and what it must show: the number of the picture at each moment, worked out from how it was made.
+struct Case {
+    const char* name;
+    const char* file;
+    std::function<void(CodedMovie&)> change;
+};
+
+QString text(const char* latin) { return QString::fromLatin1(latin); }
+
+const std::vector<Case>& cases()
+{
+    static const std::vector<Case> all{
+        {"steadyWithBFrames", "a.mov", [](CodedMovie& m) { m.spec.video->preset = text("veryfast"); }},
+        {"sixtyWithoutBFrames", "a.mov",
+            [](CodedMovie& m) {
+                m.spec.video->bFrames = 0;
+                m.times = steadyTimes(200, 10);
+            }},
+        {"openGroupsUnevenTimes", "a.mp4",
+            [](CodedMovie& m) {
+                m.spec.video->preset = text("veryfast");
+                m.spec.video->openGop = m.spec.video->bPyramid = true;
+                m.spec.video->bFrames = 4;
+                m.spec.video->gopLength = 24;
+                m.times = unevenTimes(200, 7, 140, 3);
+            }},
+        {"hevcOpenGroups", "a.mov",
+            [](CodedMovie& m) {
+                m.spec.video->codec = text("hevc");
+                m.spec.video->preset = text("superfast");
+                m.spec.video->openGop = true;
+                m.spec.video->bFrames = 3;
+                m.spec.video->gopLength = 24;
+            }},
+        {"editStartsBetweenFrames", "a.mov",
+            [](CodedMovie& m) {
+                m.spec.video->preset = text("veryfast");
+                m.videoEdits = {{48000 * 3, 613}};
+            }},
+        {"editStartsOnBFrameAfterPause", "a.mov",
+            [](CodedMovie& m) {
+                m.spec.video->preset = text("veryfast");
+                m.spec.video->bFrames = 3;
+                m.videoEdits = {{24000, EditListEntry::Empty}, {48000 * 3, 660}};
+            }},
+        {"threeEdits", "a.mov",
+            [](CodedMovie& m) {
+                m.videoEdits = {{48000, 1200}, {24000, 40}, {48000 * 2, 1810}};
+            }},
+        {"offsetsBelowZero", "a.mov",
+            [](CodedMovie& m) {
+                m.spec.video->preset = text("veryfast");
+                m.spec.muxerOptions[text("movflags")] = text("+negative_cts_offsets");
+            }},
+        {"startsLate", "a.mov", [](CodedMovie& m) { m.times = steadyTimes(150, 20, 450); }},
+        {"fragmented", "a.mp4", [](CodedMovie& m) { m.spec.layout = MovieLayout::Fragmented; }},
+        {"tablesInFront", "a.mp4", [](CodedMovie& m) { m.spec.layout = MovieLayout::FastStart; }},
+        {"matroska", "a.mkv",
+            [](CodedMovie& m) {
+                m.spec.video->preset = text("veryfast");
+                m.spec.video->timeBase = {1, 1000};
+                m.times = unevenTimes(150, 15, 200, 9);
+            }},
+        {"turned", "a.mov",
+            [](CodedMovie& m) {
+                m.spec.video->rotation = 90;
+                m.spec.video->width = 180;
+                m.spec.video->height = 320;
+            }},
+        {"tenBits", "a.mov",
+            [](CodedMovie& m) {
+                m.spec.video->codec = text("hevc");
+                m.spec.video->pixelFormat = text("yuv420p10");
+            }},
+        {"oddSizeFullChroma", "a.mov",
+            [](CodedMovie& m) {
+                m.spec.video->pixelFormat = text("yuv444p");
+                m.spec.video->width = 321;
+                m.spec.video->height = 181;
+            }},
+        {"everyFrameAKey", "a.mov",
+            [](CodedMovie& m) {
+                m.spec.video->codec = text("prores_ks");
+                m.spec.video->pixelFormat = text("yuv422p10");
+            }},
+    };
+    return all;
+}
+
+/// The number shown at `ms` by the movie as it was made; none before its first picture.
+std::optional<int> madeAt(const CodedMovie& movie, double ms)
+{
+    const double tick = 1000.0 * movie.spec.video->timeBase.numerator / movie.spec.video->timeBase.denominator;
+    double mediaMs = ms;
+    if (!movie.videoEdits.empty()) {
+        double start = 0;
+        std::optional<double> found;
+        for (const EditListEntry& edit : movie.videoEdits) {
+            const double length = 1000.0 * double(edit.segmentDuration) / movie.spec.movieTimescale;
+            if (ms >= start && ms < start + length && edit.mediaTime != EditListEntry::Empty)
+                found = double(edit.mediaTime) * tick + (ms - start);
+            start += length;
+        }
+        if (!found)
+            return std::nullopt;
+        mediaMs = *found;
+    }
+    std::optional<int> shown;
+    for (size_t i = 0; i < movie.times.size() && double(movie.times[i]) * tick <= mediaMs; ++i)
+        shown = int(i);
+    return shown;
+}
+
+} // namespace
+
+class VideoDecoderFormats : public testing::TestWithParam<Case> {
+protected:
+    void SetUp() override
+    {
+        m_movie.spec = smallMovie(m_folder, text(GetParam().file));
+        m_movie.times = steadyTimes(200, 20);
+        GetParam().change(m_movie);
+        make(m_movie);
+        ASSERT_FALSE(HasFatalFailure());
+        Result<std::shared_ptr<const Asset>> asset = Asset::open(m_movie.spec.path);
+        ASSERT_TRUE(asset) << qPrintable(userText(asset.error()));
+        m_asset = *asset;
+        ASSERT_EQ(m_asset->tracks().size(), 1U);
+        m_track = &m_asset->tracks().front();
+        m_converter.emplace(
+            m_track->uprightWidth(), m_track->uprightHeight(), m_track->quarterTurns, m_track->color, Scaling::Fine);
+    }
+
+    std::unique_ptr<VideoDecoder> decoder() const
+    {
+        Result<std::unique_ptr<VideoDecoder>> opened = VideoDecoder::open(m_asset, *m_track, 2);
+        return opened ? std::move(*opened) : nullptr;
+    }
+
+    std::optional<int> numberIn(const Result<VideoFrame>& frame)
+    {
+        if (!frame)
+            return std::nullopt;
+        // A turned movie was painted lying down, so its number is read from the picture as coded.
+        if (m_track->quarterTurns)
+            return readFrameCode(frame->plane(0), frame->stride(0), frame->width(), frame->height());
+        const VideoFrame picture = m_converter->convert(*frame);
+        return readFrameCode(picture.plane(0), picture.stride(0), picture.width(), picture.height());
+    }
+
+    /// Middles of what each picture shows, where rounding of edit lists to ticks cannot matter.
+    std::vector<double> momentsMs() const
+    {
+        std::vector<double> moments;
+        const Ratio base = m_track->index.timeBase();
+        const auto& displays = m_track->index.displays();
+        for (size_t i = 0; i < displays.size(); ++i) {
+            const int64_t next = i + 1 < displays.size() ? displays[i + 1].present : m_track->index.presentEnd();
+            moments.push_back(1000.0 * double(displays[i].present + next) / 2 * double(base.num) / double(base.den));
+        }
+        return moments;
+    }
+
+    int displayAt(double ms) const { return *m_track->index.displayAt(ExactTime::of(MediaTime::fromMs(ms))); }
+
+    QTemporaryDir m_folder;
+    CodedMovie m_movie;
+    std::shared_ptr<const Asset> m_asset;
+    const Track* m_track = nullptr;
+    std::optional<FrameConverter> m_converter;
+};
+
+TEST_P(VideoDecoderFormats, frameInAnyOrderShowsWhatWasMade)
+{
+    const std::vector<double> moments = momentsMs();
+    ASSERT_GT(moments.size(), 50U);
+    const std::unique_ptr<VideoDecoder> jumping = decoder();
+    ASSERT_TRUE(jumping);
+    std::minstd_rand random(7);
+    for (int i = 0; i < 40; ++i) {
+        const double ms = moments[random() % moments.size()];
+        EXPECT_EQ(numberIn(jumping->frame(displayAt(ms))), madeAt(m_movie, ms)) << "jump to " << ms << " ms";
+    }
+    const std::unique_ptr<VideoDecoder> reading = decoder();
+    for (const double ms : moments)
+        ASSERT_EQ(numberIn(reading->frame(displayAt(ms))), madeAt(m_movie, ms)) << "reading at " << ms << " ms";
+    // Near the ends of the file, where decoders are drained.
+    EXPECT_EQ(numberIn(reading->frame(displayAt(moments.back()))), madeAt(m_movie, moments.back()));
+    EXPECT_EQ(numberIn(reading->frame(displayAt(moments.front()))), madeAt(m_movie, moments.front()));
+    EXPECT_EQ(
+        numberIn(reading->frame(displayAt(moments[moments.size() - 2]))), madeAt(m_movie, moments[moments.size() - 2]));
+}
+
+TEST_P(VideoDecoderFormats, sequenceWithGapsAndRepeatsShowsWhatWasMade)
+{
+    const std::vector<double> moments = momentsMs();
+    std::vector<double> wanted;
+    std::minstd_rand random(11);
+    // Every second picture, then pieces with jumps forward and one back, with repeats, as edits and grids ask for them.
+    for (size_t i = 0; i < moments.size() / 3; i += 2)
+        wanted.push_back(moments[i]);
+    for (size_t at = moments.size() / 3; at + 12 < moments.size(); at += 9 + random() % 20) {
+        for (size_t i = 0; i < 5; ++i) {
+            wanted.push_back(moments[at + i]);
+            wanted.push_back(moments[at + i]);
+        }
+    }
+    for (size_t i = 10; i < 25; ++i)
+        wanted.push_back(moments[i]);
+    std::vector<int> displays;
+    for (const double ms : wanted)
+        displays.push_back(displayAt(ms));
+    FrameSequence sequence(decoder(), displays);
+    for (const double ms : wanted)
+        ASSERT_EQ(numberIn(sequence.next()), madeAt(m_movie, ms)) << "at " << ms << " ms";
+}
+
+TEST_P(VideoDecoderFormats, singleLooksWithAPlanShowWhatWasMade)
+{
+    const std::vector<double> moments = momentsMs();
+    const std::unique_ptr<VideoDecoder> looking = decoder();
+    std::minstd_rand random(5);
+    for (int i = 0; i < 25; ++i) {
+        // Now and then a neighbour of the last look, which may have been skipped then.
+        const size_t at = i % 3 ? random() % moments.size() : std::min(moments.size() - 1, size_t(i));
+        const int display = displayAt(moments[at]);
+        looking->expect(std::array{display});
+        EXPECT_EQ(numberIn(looking->frame(display)), madeAt(m_movie, moments[at])) << "at " << moments[at] << " ms";
+    }
+}
+
+TEST_P(VideoDecoderFormats, framesGivenUpOnTheWayAndOthersAfterThemShowWhatWasMade)
+{
+    const std::vector<double> moments = momentsMs();
+    const std::unique_ptr<VideoDecoder> looking = decoder();
+    const auto cache = std::make_shared<FrameCache>(4 << 20);
+    looking->keepIn(cache);
+    std::minstd_rand random(3);
+    for (int i = 0; i < 40; ++i) {
+        // What is given up leaves the decoder anywhere; now and then playing thins out in between.
+        int packets = int(random() % 12);
+        looking->setWanted(nullptr, i % 5 == 0);
+        (void)looking->frame(displayAt(moments[random() % moments.size()]), [&] { return packets-- == 0; });
+        looking->setWanted(nullptr);
+        const double ms = moments[random() % moments.size()];
+        const int display = displayAt(ms);
+        ASSERT_EQ(numberIn(looking->frame(display)), madeAt(m_movie, ms)) << "at " << ms << " ms";
+        for (int near = std::max(0, display - 12); near <= display; ++near) {
+            const VideoFrame kept = cache->find(m_track->index.sampleOf(near).pts);
+            if (kept) {
+                ASSERT_EQ(numberIn(kept), madeAt(m_movie, moments[size_t(near)])) << "kept for " << near;
+            }
+        }
+    }
+}
+
+TEST_P(VideoDecoderFormats, samplesOfTheTablesAreThoseThatTheDemuxerDelivers)
+{
+    QFile file(m_movie.spec.path);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const MovBoxes boxes = MovBoxes::read(file);
+    const bool isPlain
+        = m_movie.spec.layout != MovieLayout::Fragmented && !m_movie.spec.path.endsWith(QLatin1String(".mkv"));
+    ASSERT_EQ(boxes.isPlain, isPlain);
+    if (!isPlain)
+        return;
+    Result<AvHandle<AVFormatContext>> input = openContainer(m_movie.spec.path);
+    AVFormatContext& format = **input;
+    format.flags |= AVFMT_FLAG_NOPARSE | AVFMT_FLAG_NOFILLIN;
+    const std::optional<StreamSamples> tabled
+        = listSamples(boxes.tracks.at(format.streams[0]->id), file.size(), std::nullopt);
+    const std::optional<std::vector<StreamSamples>> stepped = listSamples(format, {0}, file.size());
+    ASSERT_TRUE(tabled);
+    ASSERT_EQ(tabled->samples.size(), stepped->front().samples.size());
+    for (size_t i = 0; i < tabled->samples.size(); ++i) {
+        const Sample& a = tabled->samples[i];
+        const Sample& b = stepped->front().samples[i];
+        ASSERT_EQ(
+            std::tuple(a.pts, a.dts, a.position, a.size, a.key), std::tuple(b.pts, b.dts, b.position, b.size, b.key))
+            << "sample " << i;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, VideoDecoderFormats, testing::ValuesIn(cases()),
+    [](const testing::TestParamInfo<Case>& info) { return info.param.name; });
+
+} // namespace kelmo
