@@ -2,6 +2,7 @@
 
 #include "media/stack/container/PacketReader.h"
 #include "media/stack/core/AvHandles.h"
+#include "media/stack/decode/X264Version.h"
 #include "telemetry/Log.h"
 
 namespace kelmo {
@@ -55,6 +56,7 @@ Result<void> VideoDecoder::openCodec()
     context->has_b_frames = std::max(context->has_b_frames, m_track.index.reorderDepth());
     if (m_device && m_device->context())
         context->hw_device_ctx = av_buffer_ref(m_device->context());
+    tellX264Version(*context, *m_reader);
     if (const int code = avcodec_open2(context, codec, nullptr); code < 0)
         return avFailure(code, operation, m_asset->name());
     return {};

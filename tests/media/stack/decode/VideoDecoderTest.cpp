@@ -7,6 +7,8 @@
 #include "tests/movies/CodedMovie.h"
 #include "tools/moviemaker/FrameCode.h"
 
+#include <QProcess>
+
 #include <gtest/gtest.h>
 
 #include <random>
@@ -295,6 +297,55 @@ TEST_P(VideoDecoderFormats, samplesOfTheTablesAreThoseThatTheDemuxerDelivers)
         ASSERT_EQ(
             std::tuple(a.pts, a.dts, a.position, a.size, a.key), std::tuple(b.pts, b.dts, b.position, b.size, b.key))
             << "sample " << i;
+    }
+}
+
+/// An old x264 is made by writing another version into a movie. What decodes it by that version gets other pictures
+/// than were coded; ffmpeg reads from the start of the file and has heard of the version.
+TEST(VideoDecoder, frameOfAnOldEncoderIsDecodedAsItsVersionAsksFor)
+{
+    constexpr int width = 48;
+    constexpr int height = 32;
+    constexpr size_t frameSize = size_t(width) * height * 3;
+    const QTemporaryDir folder;
+    const QString path = folder.filePath(text("old.mp4"));
+    const auto ffmpeg = [](const QString& arguments) {
+        QProcess process;
+        process.start(text("ffmpeg"), QString(text("-v error -y ") % arguments).split(QLatin1Char(' ')));
+        EXPECT_TRUE(process.waitForFinished(60'000));
+        return process.readAllStandardOutput();
+    };
+    ffmpeg(text("-f lavfi -i mandelbrot=s=48x32:r=30 -t 0.6 -pix_fmt yuv444p -c:v libx264 -g 1 -crf 32 -preset medium ")
+        % path);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+    const QByteArray made = file.readAll();
+    const auto decoded = [&] { return ffmpeg(text("-i ") % path % text(" -f rawvideo -")); };
+    const QByteArray coded = decoded();
+    const qsizetype version = made.indexOf("x264 - core ") + 12;
+    ASSERT_GT(version, 12);
+    file.seek(version);
+    file.write("142");
+    file.close();
+    const QByteArray old = decoded();
+    ASSERT_EQ(old.size(), qsizetype(18 * frameSize));
+    ASSERT_NE(old, coded) << "this encoder makes no difference between versions";
+
+    const std::shared_ptr<const Asset> asset = *Asset::open(path);
+    const Track& track = asset->tracks().front();
+    for (int display = 0; display < 18; ++display) {
+        const Result<std::unique_ptr<VideoDecoder>> fresh = VideoDecoder::open(asset, track, 1);
+        ASSERT_TRUE(fresh);
+        const Result<VideoFrame> frame = (*fresh)->frame(display);
+        ASSERT_TRUE(frame);
+        QByteArray planes;
+        for (int plane = 0; plane < 3; ++plane) {
+            for (int y = 0; y < height; ++y)
+                planes.append(
+                    reinterpret_cast<const char*>(frame->plane(plane) + ptrdiff_t(y) * frame->stride(plane)), width);
+        }
+        EXPECT_TRUE(planes == old.mid(qsizetype(size_t(display) * frameSize), qsizetype(frameSize)))
+            << "frame " << display;
     }
 }
 
