@@ -29,15 +29,35 @@ endif()
 # Chars beyond ASCII go through QStringLiteral or QString::fromUtf8 on purpose, never by accident.
 add_compile_definitions(QT_NO_CAST_FROM_BYTEARRAY QT_NO_FOREACH QT_NO_KEYWORDS QT_USE_QSTRINGBUILDER)
 
-# kelmo_library(NAME FOLDER LINKS...): one static library for one folder of src/. It may include what it links, and
-# links only folders below it, so an include that climbs does not compile.
+# Fills an include root of one library with links to the headers of the current folder, so that its users can include
+# them by their path below src/, and no header of another library.
+function(kelmo_include_root target)
+    file(RELATIVE_PATH folder ${CMAKE_SOURCE_DIR}/src ${CMAKE_CURRENT_SOURCE_DIR})
+    file(GLOB headers CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+    set(root ${CMAKE_BINARY_DIR}/include/${target})
+    file(REMOVE_RECURSE ${root})
+    file(MAKE_DIRECTORY ${root}/${folder})
+    foreach(header ${headers})
+        get_filename_component(name ${header} NAME)
+        file(CREATE_LINK ${header} ${root}/${folder}/${name} SYMBOLIC)
+    endforeach()
+    target_include_directories(${target} PUBLIC ${root})
+    set_property(GLOBAL APPEND PROPERTY KELMO_ROOMS ${target})
+    set_property(TARGET ${target} PROPERTY KELMO_FOLDER ${folder})
+endfunction()
+
+# kelmo_library(NAME LINKS...): one static library for one folder of src/. It sees the headers of what it links, which
+# are libraries of rooms below it, so an include that climbs does not compile.
 function(kelmo_library name)
     file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
     list(FILTER sources EXCLUDE REGEX "/main\\.cpp$") # A program's entry point is no part of its library.
     add_library(kelmo_${name} STATIC ${sources})
     set_target_properties(kelmo_${name} PROPERTIES AUTOMOC ON)
-    target_include_directories(kelmo_${name} PUBLIC ${CMAKE_SOURCE_DIR}/src)
     target_link_libraries(kelmo_${name} PUBLIC ${ARGN})
+    string(FIND ${CMAKE_CURRENT_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/src/ below)
+    if(below EQUAL 0)
+        kelmo_include_root(kelmo_${name})
+    endif()
     if(TARGET kelmo_pch)
         target_precompile_headers(kelmo_${name} REUSE_FROM kelmo_pch)
     endif()
