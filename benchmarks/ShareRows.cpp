@@ -18,8 +18,8 @@ namespace {
 
 constexpr int rounds = 3;
 constexpr qint64 gibibyte = 1024LL * 1024 * 1024;
-constexpr double leastOfPeer = 0.85;
-constexpr double mostMegabytes = 150;
+constexpr double minOfPeer = 0.85;
+constexpr double maxMegabytes = 150;
 
 QString text(const char* latin) { return QString::fromLatin1(latin); }
 
@@ -116,7 +116,7 @@ Outcome uploadAgainstCurl()
     const Pair seconds = alternate(
         rounds, [&] { return server.uploadSeconds(whole); }, [&] { return curlSeconds(server, parts); });
     const double times = seconds.peer / seconds.ours;
-    return {times, text("of its speed"), text("0.85 or more"), times >= leastOfPeer,
+    return {times, text("of its speed"), text("0.85 or more"), times >= minOfPeer,
         QStringLiteral("%1 s against %2 s; longest gap of the main thread %3 ms")
             .arg(seconds.ours, 0, 'f', 2)
             .arg(seconds.peer, 0, 'f', 2)
@@ -151,7 +151,7 @@ Outcome uploadMemory()
     const double before = statusMegabytes("VmRSS");
     const double seconds = server.uploadSeconds(path);
     const double extra = statusMegabytes("VmHWM") - before;
-    return {extra, text("MB"), text("150 MB or less"), extra <= mostMegabytes,
+    return {extra, text("MB"), text("150 MB or less"), extra <= maxMegabytes,
         QStringLiteral("%1 s for 2 GiB").arg(seconds, 0, 'f', 2)};
 }
 

@@ -56,7 +56,7 @@ public:
         m_server.waitForFinished();
     }
 
-    /// What a program needs to know to appear on it and to talk to nobody else.
+    /// What a program needs to know to appear on it and to talk to no other program.
     [[nodiscard]] QProcessEnvironment environment() const
     {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();

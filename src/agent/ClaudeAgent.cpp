@@ -191,7 +191,7 @@ void ClaudeAgent::append(Line line)
     line.text = shortened(line.text);
     m_characters += line.text.size();
     m_lines.push_back(std::move(line));
-    while (m_lines.size() > mostLines || (m_characters > mostCharacters && m_lines.size() > 2)) {
+    while (m_lines.size() > maxLines || (m_characters > maxCharacters && m_lines.size() > 2)) {
         m_characters -= m_lines[1].text.size();
         m_lines.erase(m_lines.begin() + 1);
     }

@@ -22,9 +22,9 @@ public:
         bool isTool = false; ///< The request itself and tool calls; not the agent's text, results and errors.
     };
 
-    // More than this nobody reads in a list of a few lines' height. The request stays, the oldest lines after it go.
-    static constexpr int mostLines = 400;
-    static constexpr int mostCharacters = 64 * 1024; ///< Of all lines together.
+    // A list of a few lines' height needs no more. The request stays, the oldest lines after it go.
+    static constexpr int maxLines = 400;
+    static constexpr int maxCharacters = 64 * 1024; ///< Of all lines together.
     static constexpr int longestText = 16 * 1024; ///< Characters of one line; a longer text is cut off with "…".
 
     explicit ClaudeAgent(QObject* parent = nullptr);
@@ -37,7 +37,7 @@ public:
 
     [[nodiscard]] bool running() const { return m_running; }
     [[nodiscard]] const std::deque<Line>& lines() const { return m_lines; } ///< Oldest first.
-    /// The tool while it runs, for whoever wants to stop it; null otherwise. Ours.
+    /// The tool while it runs, so that it can be stopped; null otherwise. Ours.
     [[nodiscard]] ChildProcess* process() const { return m_running ? m_process : nullptr; }
 
 Q_SIGNALS:

@@ -9,7 +9,7 @@ namespace kelmo {
 namespace {
 
 // The tool's own configuration may hold other servers; it is told of this one alone. Always the usual port: on another
-// one the editor is somebody's second, and the window that the user types into is the first.
+// one the editor is a second program, and the window that the user types into is the first.
 QString mcpConfiguration()
 {
     return QStringLiteral(R"({"mcpServers":{"kelmo-editor":{"type":"http","url":"http://127.0.0.1:7799/mcp"}}})");

@@ -70,9 +70,9 @@ void HTTPRequestReader::addToHead(QByteArrayView bytes)
 {
     // The blank line may have begun in the bytes before.
     const qsizetype searchFrom = std::max<qsizetype>(0, m_head.size() - (blankLine.size() - 1));
-    const qsizetype mostNeeded = m_limits.headBytes + blankLine.size() - m_head.size();
+    const qsizetype maxNeeded = m_limits.headBytes + blankLine.size() - m_head.size();
     const qsizetype before = m_head.size();
-    m_head.append(bytes.first(std::min(bytes.size(), mostNeeded)));
+    m_head.append(bytes.first(std::min(bytes.size(), maxNeeded)));
     const qsizetype end = m_head.indexOf(blankLine, searchFrom);
     if (end < 0) {
         if (m_head.size() >= m_limits.headBytes + blankLine.size())

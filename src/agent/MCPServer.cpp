@@ -18,7 +18,7 @@ constexpr qsizetype maxLoggedName = 64;
 
 QCoro::Task<Outcome> dispatchSafely(ToolContext context, JsonRpc::Request request)
 {
-    // Nothing of ours throws, but a library may, for want of memory; that must cost one call and not the program.
+    // Nothing of ours throws, but a library may, when memory runs out; that must cost one call and not the program.
     try {
         co_return co_await MCPProtocol::dispatch(context, request);
     } catch (const std::exception& exception) {

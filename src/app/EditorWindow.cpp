@@ -13,7 +13,7 @@ namespace kelmo {
 namespace {
 
 constexpr QSize firstSize(1320, 760);
-constexpr QSize leastSize(900, 520);
+constexpr QSize minSize(900, 520);
 // What window managers put around a window, at the largest.
 constexpr int titleHeight = 40;
 constexpr int edgeBelow = 8;
@@ -29,7 +29,7 @@ QString settingsFile() { return Home::file(QStringLiteral("Library/Application S
 EditorWindow::EditorWindow()
 {
     setWindowTitle(QStringLiteral("Vorlix"));
-    setMinimumSize(leastSize);
+    setMinimumSize(minSize);
     setAutoFillBackground(true);
     QPalette dark = palette();
     dark.setColor(QPalette::Window, Theme::surface0);
@@ -75,7 +75,7 @@ void EditorWindow::bringOnScreen()
 QRect EditorWindow::firstFrame(const QRect& room)
 {
     const QRect content = withinTheEdges(room);
-    QRect frame(QPoint(), firstSize.boundedTo(content.size()).expandedTo(leastSize));
+    QRect frame(QPoint(), firstSize.boundedTo(content.size()).expandedTo(minSize));
     frame.moveCenter(room.center());
     return frameOn(room, frame);
 }
@@ -83,7 +83,7 @@ QRect EditorWindow::firstFrame(const QRect& room)
 QRect EditorWindow::frameOn(const QRect& room, const QRect& last)
 {
     const QRect content = withinTheEdges(room);
-    QRect frame(last.topLeft(), last.size().boundedTo(content.size()).expandedTo(leastSize));
+    QRect frame(last.topLeft(), last.size().boundedTo(content.size()).expandedTo(minSize));
     frame.moveRight(std::min(frame.right(), content.right()));
     frame.moveBottom(std::min(frame.bottom(), content.bottom()));
     frame.moveLeft(std::max(frame.left(), content.left()));

@@ -59,7 +59,7 @@ bool KeyMonitor::eventFilter(QObject* watched, QEvent* event)
         return timelineKey(key->key(), key->modifiers(), isInMainWindow(watched));
     if (!m_menu.comesBeforeFields(QKeySequence(key->keyCombination())))
         return false;
-    // Nobody claims it, so that it goes to the command.
+    // Not claimed, so that it goes to the command.
     event->ignore();
     return true;
 }

@@ -17,7 +17,7 @@ public:
     /// Requires: editor and menu outlive it. `window` is the main window.
     KeyMonitor(Editor& editor, const MainMenu& menu, QWidget* window);
 
-    /// Deletes the selected piece, or drops the selection. False when the key is for somebody else.
+    /// Deletes the selected piece, or drops the selection. False when the key is for another receiver.
     bool timelineKey(int key, Qt::KeyboardModifiers modifiers, bool inMainWindow);
 
 protected:

@@ -70,7 +70,7 @@ int edit(const kelmo::CommandLine& commandLine, double launchMs)
     return QApplication::exec();
 }
 
-/// Whoever started the program may have closed these; what is opened next would take their numbers, and be written to.
+/// The parent process may have closed these; what is opened next would take their numbers, and be written to.
 void openStandardStreams()
 {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {

@@ -33,7 +33,7 @@ void send(QWidget& window, QEvent::Type type, QPointF at)
 
 } // namespace
 
-/// Half-way it holds still, so that somebody can look.
+/// Half-way it holds still, so that a person can look.
 QCoro::Task<void> SelfTest::drag(double fromFraction, double toFraction, double holdSeconds)
 {
     const QRectF bar = TimelineBar::frameInWindow();

@@ -114,7 +114,7 @@ public:
     void pausePlaying();
     void seekToWord(int index); ///< Ignores words that there are not.
     void setPlaybackRate(double rate); ///< At once while playing, else from the next play on.
-    /// Somebody looks, at so many device pixels; empty when nobody does any more, and then no picture is made.
+    /// Size of the preview in device pixels; empty while it is hidden, and then no frame is made.
     void setPictureBox(QSize pixels);
     [[nodiscard]] std::shared_ptr<const QImage> picture() const; ///< The edit's picture now; null before the first.
 

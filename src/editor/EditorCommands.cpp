@@ -8,8 +8,8 @@ namespace {
 
 constexpr double longPauseMs = 400;
 constexpr double tightPauseMs = 150;
-constexpr double leastSplitDistanceMs = 200;
-constexpr double leastSelectionMs = 20;
+constexpr double minSplitDistanceMs = 200;
+constexpr double minSelectionMs = 20;
 
 /// Takes ranges back out of the cuts, and moves the trim back where it hides them.
 void restore(Cuts& cuts, const std::vector<Span>& ranges, double durationMs)
@@ -110,7 +110,7 @@ void Editor::toggleWords(const std::vector<int>& indices)
 
 std::vector<Span> Editor::wordSpans(const std::vector<int>& indices) const
 {
-    // Words can be cut before the media is loaded, when nobody knows yet how long the take is.
+    // Words can be cut before the media is loaded, when the length of the take is not known yet.
     const std::optional<double> duration = m_sourceDurationMs > 0 ? std::optional(m_sourceDurationMs) : std::nullopt;
     std::vector<Span> spans;
     for (const EditOps::IndexRange run : EditOps::runs(known(indices, m_words.size())))
@@ -162,7 +162,7 @@ std::optional<Span> Editor::selectionSpan(double from, double to, bool exact) co
 {
     const Span range{std::max(std::min(from, to), m_cuts.trimIn),
         std::min(std::max(from, to), std::min(m_cuts.trimOut, m_sourceDurationMs))};
-    if (range.end - range.start < leastSelectionMs)
+    if (range.end - range.start < minSelectionMs)
         return std::nullopt;
     if (exact)
         return range;
@@ -181,10 +181,10 @@ void Editor::splitAtPlayhead()
 {
     const double at = playheadSourceMs();
     const double end = std::min(m_cuts.trimOut, m_sourceDurationMs);
-    if (at <= m_cuts.trimIn + leastSplitDistanceMs || at >= end - leastSplitDistanceMs)
+    if (at <= m_cuts.trimIn + minSplitDistanceMs || at >= end - minSplitDistanceMs)
         return;
     const bool crowded = std::any_of(
-        m_splits.begin(), m_splits.end(), [&](double split) { return std::abs(split - at) < leastSplitDistanceMs; });
+        m_splits.begin(), m_splits.end(), [&](double split) { return std::abs(split - at) < minSplitDistanceMs; });
     if (crowded)
         return;
     m_splits.insert(std::upper_bound(m_splits.begin(), m_splits.end(), at), at);

@@ -16,7 +16,7 @@ namespace kelmo {
 
 namespace {
 
-constexpr double leastProgress = 0.01;
+constexpr double minProgress = 0.01;
 
 tl::unexpected<Error> editorFailure(int code, const QString& description)
 {
@@ -100,7 +100,7 @@ QFuture<Result<ExportReport>> Editor::startExport(
     m_exportCancelled = std::make_shared<std::atomic<bool>>(false);
     const QPointer<Editor> self(this);
     const auto progress = [self, reported = 0.0](double done) mutable {
-        if (done <= reported + leastProgress)
+        if (done <= reported + minProgress)
             return;
         reported = done;
         // The guard is read on the main thread only, where the editor dies.

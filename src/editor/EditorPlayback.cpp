@@ -127,7 +127,7 @@ void Editor::showBuilt(const QString& reason, double startedAt, double builtAt, 
 void Editor::settleRebuild(const QString& reason, double startedAt, double builtAt, bool resumes)
 {
     logRebuild(reason, startedAt, builtAt);
-    // Whoever pressed pause in between meant it.
+    // A pause in between holds.
     if (resumes && m_playing)
         m_player->play(m_playbackRate);
     else

@@ -6,7 +6,7 @@ namespace kelmo {
 
 namespace {
 
-constexpr double leastEditMs = 100;
+constexpr double minEditMs = 100;
 
 } // namespace
 
@@ -18,7 +18,7 @@ std::optional<QString> Editor::trim(std::optional<double> in, std::optional<doub
     const double start = std::clamp(in.value_or(m_cuts.trimIn), 0.0, duration);
     Cuts cuts = m_cuts;
     cuts.setTrim(start, out.value_or(m_cuts.trimOut), duration);
-    if (std::min(cuts.trimOut, duration) - start < leastEditMs)
+    if (std::min(cuts.trimOut, duration) - start < minEditMs)
         return QStringLiteral("The trim would leave less than 0.1 s");
     setCuts(std::move(cuts), name);
     return std::nullopt;

@@ -10,18 +10,18 @@ namespace {
 
 /// How many bytes of pictures to keep in stock: a cut costs the decoder the way from the key picture, and the encoder
 /// lives on them meanwhile. HEVC takes several times as long for each, and its encoder holds many to look ahead.
-size_t mostStockBytes(Codec codec) { return codec == Codec::Hevc ? 25'000'000 : 100'000'000; }
+size_t maxStockBytes(Codec codec) { return codec == Codec::Hevc ? 25'000'000 : 100'000'000; }
 
 /// The same in pictures of a size: at least what evens out small hiccups.
 size_t stockOf(Codec codec, Exporter::Size size)
 {
     const size_t bytes = size_t(size.width) * size_t(size.height) * 3 / 2;
-    return std::clamp<size_t>(mostStockBytes(codec) / std::max<size_t>(bytes, 1), 6, 60);
+    return std::clamp<size_t>(maxStockBytes(codec) / std::max<size_t>(bytes, 1), 6, 60);
 }
 
 constexpr int sessionFps = 60;
 /// The most pictures a second that an edit without a grid may have; more is a broken clock.
-constexpr int mostOwnFps = 240;
+constexpr int maxOwnFps = 240;
 
 void nameThread(const char* name) { pthread_setname_np(pthread_self(), name); }
 
@@ -52,10 +52,10 @@ ExportRun::~ExportRun()
 std::vector<PlannedFrame> ExportRun::plan() const
 {
     const Composition& composition = m_built->composition;
-    const int mostFps = m_settings.engine == ExportSettings::Engine::Session ? mostOwnFps : m_settings.fps;
+    const int maxFps = m_settings.engine == ExportSettings::Engine::Session ? maxOwnFps : m_settings.fps;
     return ExportPlan::withKeyFrames(composition.camera
             ? ExportPlan::onGrid(composition, m_settings.fps)
-            : ExportPlan::capped(ExportPlan::ownFrames(composition), mostFps, composition.duration),
+            : ExportPlan::capped(ExportPlan::ownFrames(composition), maxFps, composition.duration),
         composition.duration);
 }
 
@@ -76,7 +76,7 @@ Result<ExportReport> ExportRun::run(const QString& path)
     }
     if (!done)
         fail(done.error());
-    // No more pictures will be taken, whether all are encoded or the export was given up; whoever waits is let go.
+    // No more pictures will be taken, whether all are encoded or the export was given up; those who wait go on.
     m_screen.close();
     m_camera.close();
     if (m_writer)
@@ -253,7 +253,7 @@ void ExportRun::fail(const Error& error)
 void ExportRun::stop()
 {
     m_stopped = true;
-    // The sound is let go by run(), which alone knows whether there is a file yet.
+    // run() ends the audio, because it alone knows whether there is a file yet.
     m_screen.close();
     m_camera.close();
 }

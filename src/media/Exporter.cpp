@@ -6,8 +6,8 @@ namespace kelmo {
 
 namespace {
 
-constexpr int leastLines = 16;
-constexpr int mostFps = 240;
+constexpr int minLines = 16;
+constexpr int maxFps = 240;
 
 } // namespace
 
@@ -17,9 +17,9 @@ Result<Exporter::Size> Exporter::outputSize(const Built& built, const ExportSett
 {
     Size size{built.loaded->renderWidth, built.loaded->renderHeight};
     const bool resizes = settings.engine == ExportSettings::Engine::Writer && settings.height;
-    if (resizes && *settings.height < leastLines) {
+    if (resizes && *settings.height < minLines) {
         return failure(
-            QStringLiteral("Export"), 7, QStringLiteral("The height must be at least %1 lines").arg(leastLines));
+            QStringLiteral("Export"), 7, QStringLiteral("The height must be at least %1 lines").arg(minLines));
     }
     if (resizes && *settings.height < size.height) {
         size.width = 2 * int(double(size.width) * *settings.height / size.height * 0.5);
@@ -28,7 +28,7 @@ Result<Exporter::Size> Exporter::outputSize(const Built& built, const ExportSett
     // Each colour sample covers two by two pixels, so the encoders take even sizes only.
     size.width &= ~1;
     size.height &= ~1;
-    if (size.width < leastLines || size.height < leastLines)
+    if (size.width < minLines || size.height < minLines)
         return failure(QStringLiteral("Export"), 7, QStringLiteral("The picture is too small to export"));
     return size;
 }
@@ -43,9 +43,9 @@ Result<ExportReport> Exporter::run(const std::shared_ptr<const Built>& built, co
 {
     if (built->composition.duration.us <= 0)
         return failure(QStringLiteral("Export"), 4, QStringLiteral("There is nothing left to export"));
-    if (settings.engine == ExportSettings::Engine::Writer && (settings.fps < 1 || settings.fps > mostFps)) {
+    if (settings.engine == ExportSettings::Engine::Writer && (settings.fps < 1 || settings.fps > maxFps)) {
         return failure(QStringLiteral("Export"), 7,
-            QStringLiteral("The frame rate must be from 1 to %1 frames a second").arg(mostFps));
+            QStringLiteral("The frame rate must be from 1 to %1 frames a second").arg(maxFps));
     }
     const Result<Size> size = outputSize(*built, settings);
     if (!size)

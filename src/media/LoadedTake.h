@@ -28,7 +28,7 @@ struct LoadedTake {
     int renderHeight = 0;
     float fps = 0; ///< Nominal, of the screen movie.
 
-    /// Decoders of these files that stay open for the next frame that somebody wants to look at.
+    /// Decoders of these files that stay open for the next frame that is asked for.
     std::shared_ptr<DecoderPool> decoders = std::make_shared<DecoderPool>();
 
     /// Opens the movies of a take, both at once; its words don't matter. Blocks; call it on a worker. Fails with

@@ -7,7 +7,7 @@
 namespace kelmo {
 
 /// Makes edits playable: at the preview's size and rate, with the face drawn over the screen. Keeps the drawing of the
-/// circle between edits. Owned by whoever owns the player, on its thread.
+/// circle between edits. Owned by the owner of the player, on its thread.
 class PreviewItems {
 public:
     [[nodiscard]] std::shared_ptr<const PlayerItem> item(const std::shared_ptr<const Built>& built);

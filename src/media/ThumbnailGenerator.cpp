@@ -39,7 +39,7 @@ Result<void> ThumbnailGenerator::open()
         return failure(QStringLiteral("Thumbnail"), 1);
     if (m_decoder)
         return {};
-    // One thread: whoever plays the same movie meanwhile needs the others.
+    // One thread: playing the same movie meanwhile needs the others.
     Result<std::unique_ptr<VideoDecoder>> decoder = VideoDecoder::open(m_movie.asset, *m_movie.track, 1);
     if (!decoder)
         return tl::unexpected(decoder.error());

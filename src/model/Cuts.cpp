@@ -11,7 +11,7 @@ namespace {
 
 // A shorter piece would be a flash of picture and a click of sound between two cuts.
 constexpr double shortestPieceMs = 20;
-// Shorter remnants of a cut come from rounded times. Nobody sees them, but each is heard.
+// Shorter remnants of a cut come from rounded times. They cannot be seen, but each is heard.
 constexpr double minRemnantMs = 10;
 constexpr double trimToleranceMs = 1;
 

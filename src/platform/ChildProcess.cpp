@@ -41,10 +41,10 @@ ChildProcess::~ChildProcess()
     if (state() == NotRunning)
         return;
     disconnect();
-    closeReadChannel(StandardOutput); // Nobody reads any more, and a full buffer must not keep it from ending.
+    closeReadChannel(StandardOutput); // There is no reader any more, and a full buffer must not keep it from ending.
     terminate();
     signalGroup(SIGTERM);
-    // The one place that waits: whoever gets here is ending, and a killed program could leave half a file behind.
+    // The one place that waits: the caller is ending, and a killed program could leave half a file behind.
     waitForFinished(lastWordsMs);
     signalGroup(SIGKILL);
     kill();

@@ -12,7 +12,7 @@ namespace kelmo {
 
 namespace {
 
-// The toolkit knows only HOME and falls back to the root folder, where nobody's files belong.
+// The toolkit knows only HOME and falls back to the root folder, where no user's files belong.
 QString accountHome()
 {
     passwd entry{};

@@ -5,7 +5,7 @@
 namespace kelmo {
 
 /// The one answer to "where is the user's home folder", so that everything the program reads or writes there moves
-/// together when a test or a user sets HOME. Callable from any thread; read anew on each call.
+/// together when a test or a user sets HOME. Callable from any thread; read again on each call.
 namespace Home {
 
 /// `$HOME` when it is an absolute path, else the account's home folder. Without a trailing slash.

@@ -11,7 +11,7 @@ namespace {
 
 constexpr mode_t onlyOurs = 0700;
 
-/// Whether it is a folder, no link to one, that is this user's and nobody else can enter.
+/// Whether it is a folder, no link to one, that is this user's and no other user can enter.
 bool isPrivate(const QByteArray& path)
 {
     struct stat info = {};

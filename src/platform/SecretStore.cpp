@@ -38,7 +38,7 @@ QDBusMessage walletCall(const QString& method)
     return call;
 }
 
-/// One look-up from the first question to its answer. Deletes itself; a question that nobody answers is left behind.
+/// One look-up from the first question to its answer. Deletes itself; a question without an answer is left behind.
 class Lookup : public QObject {
 public:
     Lookup(QString service, QString account)

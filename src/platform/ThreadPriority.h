@@ -4,8 +4,8 @@ namespace kelmo {
 
 /// How far a thread stays behind the main thread, which answers people and agents, when both want a processor.
 enum class Behind {
-    AStep, ///< Somebody waits for the work.
-    Far, ///< Nobody does: about a thirtieth of what an ordinary thread gets beside it.
+    AStep, ///< A person or an agent waits for the work.
+    Far, ///< Not waited for: about a thirtieth of what an ordinary thread gets beside it.
 };
 
 /// Lowers the calling thread's priority, for good, and that of the threads it starts from then on, a codec's for

@@ -8,7 +8,7 @@
 namespace kelmo {
 
 /// Tells a share's page how far the video is. One report is under way at a time, so that none overtakes another; of
-/// those that wait, the newest replaces the others. What becomes of a report matters to nobody. Owned by the upload;
+/// those that wait, the newest replaces the others. What becomes of a report does not matter. Owned by the upload;
 /// main thread only.
 class ProgressReports : public QObject {
     Q_OBJECT
@@ -30,7 +30,7 @@ private:
     const QString m_path;
     std::optional<QJsonObject> m_waiting;
     bool m_busy = false;
-    std::optional<QPromise<void>> m_settled; ///< Of whoever waits until nothing is under way.
+    std::optional<QPromise<void>> m_settled; ///< Of the wait until nothing is under way.
     QTimer m_patience;
 };
 

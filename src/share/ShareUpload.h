@@ -25,7 +25,7 @@ public:
     /// Exports what the editor holds when `run` is called.
     ShareUpload(Editor& editor, Order order, const SharePace& pace);
 
-    /// Succeeds when the link plays. To be called once, by somebody who shares this object until it is done.
+    /// Succeeds when the link plays. To be called once; the caller shares this object until it is done.
     [[nodiscard]] QCoro::Task<Result<void>> run();
 
     /// Tells the page that nothing will come.

@@ -23,7 +23,7 @@ bool wasJustRecorded(const Take& take)
     return take.isSelfContained() && Take::ageMs(take.syncPath()) < justRecordedMs;
 }
 
-/// Whether a look has shown that nobody is signed in, rather than that it cannot be seen.
+/// Whether a look has shown that no user is signed in, rather than that it cannot be seen.
 bool tellsSignedOut(const AccountStore::Lookup& lookup)
 {
     const bool isOpen = lookup.status == SecretStore::Status::NotFound || lookup.status == SecretStore::Status::Found;

@@ -148,7 +148,7 @@ private:
     std::optional<double> m_progress;
     std::optional<QString> m_uploadingSignature;
     QString m_uploadedSignature; ///< Of the edit that the last upload carries.
-    QSet<QString> m_unfilled; ///< Links, by id, whose last upload failed: nobody knows what they play.
+    QSet<QString> m_unfilled; ///< Links, by id, whose last upload failed: what they play is not known.
     std::optional<QString> m_lastError;
     std::optional<QString> m_missing; ///< What the status says that sharing needs; until there are credentials.
     std::optional<KelmoAccount> m_account;

@@ -16,7 +16,7 @@ QString sinceMs(double startedMs)
     return QString::number(MonotonicClock::nowMs() - startedMs, 'f', 0) % QStringLiteral(" ms");
 }
 
-/// The link belongs to somebody else, or is gone.
+/// The link belongs to another user, or is gone.
 bool isLost(const Error& error)
 {
     return error.domain == QStringLiteral("Share") && (error.code == 403 || error.code == 404);
@@ -97,7 +97,7 @@ QCoro::Task<Result<QString>> Sharer::share(bool waitForUpload, Caller caller)
     const std::optional<Error> refusal = whyNotShared(asked);
     if (refusal) {
         if (caller == Caller::BackgroundUpdate)
-            logFailure(*refusal); // Nobody hears of it, and the link was copied already.
+            logFailure(*refusal); // Not reported, and the link was copied already.
         co_return tl::unexpected(*refusal);
     }
     const double startedMs = MonotonicClock::nowMs();

@@ -31,7 +31,7 @@ LogWriter& writer()
     return *instance;
 }
 
-// Whoever started the program may have piped its output and stopped reading. The log waits for such a reader once, for
+// The parent process may have piped the output and stopped reading. The log waits for such a reader once, for
 // a moment, and then leaves out the echo until there is room again: the editor must never hang on it.
 bool outputHasRoom()
 {
@@ -41,7 +41,7 @@ bool outputHasRoom()
     return !stalled;
 }
 
-// Room is only ever sure for so many bytes, and only while nobody else takes it.
+// Room is only ever sure for so many bytes, and only while no other process takes it.
 void echo(const QByteArray& line)
 {
     static std::mutex one;

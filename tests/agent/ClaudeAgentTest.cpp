@@ -267,7 +267,7 @@ TEST_F(ClaudeAgentTest, floodLeavesTheEventLoopFreeAndTheListShort)
     QTimer ticks;
     QObject::connect(&ticks, &QTimer::timeout, &ticks, [&] {
         longestGap = std::max(longestGap, sinceTick.restart());
-        EXPECT_LE(m_agent.lines().size(), size_t(ClaudeAgent::mostLines));
+        EXPECT_LE(m_agent.lines().size(), size_t(ClaudeAgent::maxLines));
     });
     sinceTick.start();
     ticks.start(5);
@@ -279,7 +279,7 @@ TEST_F(ClaudeAgentTest, floodLeavesTheEventLoopFreeAndTheListShort)
     qsizetype characters = 0;
     for (const ClaudeAgent::Line& line : m_agent.lines())
         characters += line.text.size();
-    EXPECT_LE(characters, ClaudeAgent::mostCharacters);
+    EXPECT_LE(characters, ClaudeAgent::maxCharacters);
     EXPECT_EQ(m_agent.lines().front().text, waffle);
     EXPECT_EQ(m_agent.lines().back().text, QStringLiteral("so much to say")) << "after the endless line all is well";
     const QString cut = m_agent.lines()[m_agent.lines().size() - 2].text;

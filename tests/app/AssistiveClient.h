@@ -33,7 +33,7 @@ public:
     AssistiveClient() = default;
     ~AssistiveClient() override;
 
-    /// Says on the session bus that somebody reads the screen, and listens. Whether that worked.
+    /// Says on the session bus that a screen reader runs, and listens. Whether that worked.
     [[nodiscard]] bool start(const QString& sessionAddress);
 
     /// Everything in all programs that is on show, in depth-first order.

@@ -90,7 +90,7 @@ const std::vector<Stroke>& strokes()
     return all;
 }
 
-/// One in so many keys opens a take anew, which begins another history.
+/// One in so many keys opens a take again, which begins another history.
 constexpr int strokesToANewTake = 900;
 
 /// A menu goes away with the key that chooses from it, so its window may be gone before the key is up again.
@@ -120,7 +120,7 @@ QWidget& Monkey::front()
 {
     if (QWidget* popup = QApplication::activePopupWidget())
         return *popup;
-    // Without a window manager nobody activates the window again after a dialog.
+    // Without a window manager the window is not activated again after a dialog.
     if (!QApplication::activeWindow() || !QApplication::activeWindow()->isVisible())
         m_mainWindow.activateWindow();
     QWidget* active

@@ -14,7 +14,7 @@ public:
     /// Requires: the program's main window outlives it.
     Monkey(unsigned seed, QWidget& mainWindow);
 
-    /// Does one thing and tells what, for whoever has to find out afterwards.
+    /// Does one thing and tells what, for the reader of a failure.
     QString act();
 
 private:

@@ -34,7 +34,7 @@ public:
     int opened = 0;
 };
 
-/// A window that somebody plays with who knows nothing. What leads out of the program ends at stand-ins.
+/// A window under random input. What leads out of the program ends at stand-ins.
 class MonkeyRun : public WindowFixture {
 protected:
     MonkeyRun()

@@ -144,7 +144,7 @@ TEST_F(Settings, testConnectionTellsWhetherTheServerAnswersWithItsPage)
         m_app->sharer().setConfig(
             Sharer::Config{empty.url(), QStringLiteral("token"), false, QStringLiteral("native")});
     }
-    EXPECT_TRUE(test(QStringLiteral("Can't reach the server"))) << "nobody listens there any more";
+    EXPECT_TRUE(test(QStringLiteral("Can't reach the server"))) << "there is no listener any more";
 }
 
 } // namespace kelmo

@@ -57,7 +57,7 @@ void WindowFixture::quit() { m_app.reset(); }
 
 void WindowFixture::key(int key, Qt::KeyboardModifiers modifiers)
 {
-    // Without a window manager nobody activates the window again after a dialog.
+    // Without a window manager the window is not activated again after a dialog.
     if (!QApplication::activeWindow())
         window().activateWindow();
     EXPECT_TRUE(waitUntil([] { return QApplication::activeWindow() != nullptr; }));

@@ -260,11 +260,11 @@ TEST_F(EditorExport, mainThreadIsNeverBlockedByMedia)
     Moment last = Moment::now();
     double longest = 0; // All in milliseconds.
     double workInLongest = 0;
-    double mostWork = 0;
+    double maxWork = 0;
     QObject::connect(&ticking, &QTimer::timeout, &ticking, [&] {
         const Moment now = Moment::now();
         const double work = now.workedMs - last.workedMs;
-        mostWork = std::max(mostWork, work);
+        maxWork = std::max(maxWork, work);
         if (now.ms - last.ms > longest) {
             longest = now.ms - last.ms;
             workInLongest = work;
@@ -290,9 +290,9 @@ TEST_F(EditorExport, mainThreadIsNeverBlockedByMedia)
     EXPECT_TRUE(QCoro::waitFor(exporting));
     EXPECT_EQ(m_editor->words().size(), 8U);
     std::printf("longest gap on the main thread: %.1f ms, of it work: %.1f ms; most work in a gap: %.1f ms\n", longest,
-        workInLongest, mostWork);
-    EXPECT_LT(mostWork, 10); // Other processes cannot add to this, only to the gap.
-    EXPECT_LT(longest, 250); // Whoever waits for media waits longer.
+        workInLongest, maxWork);
+    EXPECT_LT(maxWork, 10); // Other processes cannot add to this, only to the gap.
+    EXPECT_LT(longest, 250); // Waiting for media takes longer.
 }
 
 } // namespace kelmo

@@ -150,7 +150,7 @@ TEST_F(Opening, cutWordsBeforeTheMediaIsLoadedHolds)
     m_editor->toggleWords({4, 9});
     const auto isCut = [&](size_t index) { return EditOps::isCut(words[index], m_editor->cuts().effective); };
     EXPECT_TRUE(isCut(4));
-    EXPECT_TRUE(isCut(9)) << "the last word, although nobody knows yet where the take ends";
+    EXPECT_TRUE(isCut(9)) << "the last word, although the end of the take is not known yet";
     ASSERT_TRUE(waitUntil([&] { return m_editor->loaded() != nullptr; }));
     EXPECT_TRUE(isCut(4) && isCut(9) && !isCut(8));
     EXPECT_EQ(m_editor->timeline(), Timeline(m_editor->cuts().keep(10'000)));

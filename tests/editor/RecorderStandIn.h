@@ -12,7 +12,7 @@ class RecorderStandIn {
 public:
     RecorderStandIn();
 
-    /// Reserves the port for this test without answering on it: whoever connects is refused.
+    /// Reserves the port for this test without answering on it: connections are refused.
     [[nodiscard]] bool reserve();
     /// False when some other program has the port.
     [[nodiscard]] bool listen();

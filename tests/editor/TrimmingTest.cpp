@@ -129,7 +129,7 @@ TEST_F(Trimming, beginTrimPreviewShowsTheTrimmedPartsUntilTheEditEnds)
     EXPECT_EQ(m_editor->playhead().ms(), m_editor->timeline().durationMs - 1);
 
     QSignalSpy timelines(m_editor.get(), &Editor::timelineChanged);
-    m_editor->setCuts(cuts, name); // The handle is let go where it was.
+    m_editor->setCuts(cuts, name); // The handle is released where it was.
     EXPECT_FALSE(m_editor->isTrimPreviewing());
     EXPECT_EQ(m_editor->timeline(), trimmed);
     EXPECT_EQ(m_editor->cutRevision(), revision);

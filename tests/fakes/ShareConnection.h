@@ -9,7 +9,7 @@ class ShareServer::Connection {
 public:
     Connection(ShareServer& server, int socket);
 
-    /// Serves requests until somebody hangs up.
+    /// Serves requests until the connection closes.
     void run();
 
 private:

@@ -71,7 +71,7 @@ public:
     /// How many of the requests so far begin with this method and path.
     [[nodiscard]] int count(const QByteArray& method, const QByteArray& path) const;
     [[nodiscard]] int answeredParts() const { return m_answeredParts; }
-    [[nodiscard]] int mostPartsAtOnce() const { return m_mostPartsAtOnce; }
+    [[nodiscard]] int maxPartsAtOnce() const { return m_mostPartsAtOnce; }
 
 private:
     class Connection;

@@ -98,7 +98,7 @@ TEST(Transcript, readMissingOrHugeFileGivesNothing)
 
     const QString pipe = home.path() % QStringLiteral("/pipe.json");
     ASSERT_EQ(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
-    EXPECT_FALSE(Transcript::read(pipe)) << "which nobody writes to";
+    EXPECT_FALSE(Transcript::read(pipe)) << "which has no writer";
 }
 
 TEST(Word, toJsonWithoutConfidenceHasThreeKeysAndReadsBack)

@@ -50,7 +50,7 @@ public:
         return handling;
     }
 
-    /// What was done, for whoever has to understand a failure.
+    /// What was done, for the reader of a failure.
     [[nodiscard]] QString met() const { return m_met.join(QStringLiteral(", ")); }
 
     /// How many parts were taken with thanks and thrown away, so that their completion is refused.
@@ -85,7 +85,7 @@ protected:
         EXPECT_EQ(m_sharer->progress(), std::nullopt);
         EXPECT_EQ(m_sharer->uploadingSignature(), std::nullopt);
         EXPECT_FALSE(m_sharer->starting());
-        EXPECT_LE(m_server->mostPartsAtOnce(), 4);
+        EXPECT_LE(m_server->maxPartsAtOnce(), 4);
         const std::optional<Sharer::Record> after = m_sharer->record();
         const QJsonObject file = recordFile();
         EXPECT_EQ(file.value(u"id").toString(), after ? after->id : QString());

@@ -33,7 +33,7 @@ TEST_F(Share, firstShareGivesALinkAtOnceAndFillsItBehind)
     EXPECT_EQ(recordFile().value(u"signature").toString(), signature());
     EXPECT_EQ(m_server->book().share(text("1"))->title, text("talk"));
     EXPECT_GT(m_server->count("PUT", "/api/shares/1/parts/"), 2);
-    EXPECT_LE(m_server->mostPartsAtOnce(), 4);
+    EXPECT_LE(m_server->maxPartsAtOnce(), 4);
     EXPECT_EQ(QImage(m_server->book().posterPath(text("1"))).size(), QSize(160, 90));
     EXPECT_TRUE(m_phases.contains(text("Creating link…")));
     EXPECT_TRUE(m_phases.contains(text("Uploading 0%"))) << qPrintable(m_phases.join(u'|'));

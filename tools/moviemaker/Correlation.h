@@ -1,6 +1,6 @@
 #pragma once
 
-// Correlation of a short window with long stretches of sound by fast Fourier transforms. Owned by whoever searches.
+// Correlation of a short window with long stretches of sound by fast Fourier transforms. Owned by the searcher.
 
 #include <complex>
 #include <memory>

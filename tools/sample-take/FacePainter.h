@@ -1,6 +1,6 @@
 #pragma once
 
-// Paints the speaker of the sample take in front of a room, as a webcam would see them. Owned by whoever makes the
+// Paints the speaker of the sample take in front of a room, as a webcam would see them. Owned by the maker of the
 // webcam movie, on its thread.
 
 #include "tools/sample-take/FaceState.h"

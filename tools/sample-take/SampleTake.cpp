@@ -198,7 +198,7 @@ Result<void> SampleTake::writeWebcam(const QString& path) const
     spec.path = path;
     spec.video = videoOf(m_options, kWebcamSize, kWebcamRate);
     spec.video->timeBase = {1, 600};
-    spec.video->crf += 5; // A face in a small circle; nobody reads it.
+    spec.video->crf += 5; // A face in a small circle, without text.
     spec.audio = {AudioSpec{.channels = 1, .bitRate = 128000}};
     auto maker = MovieMaker::create(spec);
     if (!maker)

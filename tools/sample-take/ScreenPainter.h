@@ -1,7 +1,7 @@
 #pragma once
 
 // Turns states of the screen into pictures. Keeps the slide painted last, since most pictures only move the pointer.
-// Owned by whoever makes the screen movie, on its thread.
+// Owned by the maker of the screen movie, on its thread.
 
 #include "tools/sample-take/ScreenState.h"
 

@@ -9,7 +9,7 @@ namespace kelmo {
 namespace {
 
 constexpr int kWordsPerMinute = 162;
-constexpr int kFillerWordsPerMinute = 105; // Nobody hurries an um.
+constexpr int kFillerWordsPerMinute = 105; // An um is slow.
 constexpr double kLeadInMs = 900;
 constexpr double kTailMs = 900;
 constexpr float kPeak = 0.8F;

@@ -8,7 +8,7 @@ namespace kelmo {
 
 /// Writes a section into the record when the process crashes, and lets the crash take its course: the signal is
 /// raised again with its former handling, so that a core dump shows the crash and nothing of ours. A signal that
-/// somebody else already handles, as sanitizers do, stays theirs. One for the process; made and destroyed on the main
+/// has a handler already, as with sanitizers, keeps it. One for the process; made and destroyed on the main
 /// thread, which gets a second stack to handle a crash on when its own has overflowed. Other threads have none.
 class CrashHandler {
 public:

@@ -16,7 +16,7 @@ namespace kelmo {
 namespace {
 
 // A program that keeps getting stuck has told its story.
-constexpr int mostHangs = 10;
+constexpr int maxHangs = 10;
 constexpr int asksInALimit = 10;
 
 // What the main thread's handler and the watching thread share, since a signal brings no object along.
@@ -86,7 +86,7 @@ HangWatchdog::~HangWatchdog()
         m_wake.notify_one();
     }
     m_thread.join();
-    // Not the default handling, which would end the process if a sample that nobody wants any more is under way.
+    // Not the default handling, which would end the process if a sample that is not wanted any more is under way.
     std::signal(sampleSignal(), SIG_IGN);
     ::sem_destroy(&sample.ready);
 }
@@ -109,7 +109,7 @@ void HangWatchdog::run()
             ask();
             continue;
         }
-        if (m_durationPlace == 0 && waited > m_limit && m_hangs < mostHangs)
+        if (m_durationPlace == 0 && waited > m_limit && m_hangs < maxHangs)
             noteHang(waited);
         updateDuration(waited);
     }

@@ -13,7 +13,7 @@ namespace kelmo {
 
 namespace {
 
-constexpr qint64 mostBytesRead = qint64(1024) * 1024;
+constexpr qint64 maxBytesRead = qint64(1024) * 1024;
 
 // False when another program holds the lock, or has taken and removed the file before we got it.
 bool lockForGood(int file)
@@ -66,7 +66,7 @@ std::optional<QByteArray> RecordFile::takeLeftBehind(const QString& folder)
         QFile file(place.filePath(name));
         if (!file.open(QIODevice::ReadOnly) || !lockForGood(file.handle()))
             continue;
-        const QByteArray record = file.read(mostBytesRead);
+        const QByteArray record = file.read(maxBytesRead);
         // Before anything is made of it: a record that cannot be dealt with must not come up again at every launch. The
         // lock is kept until the file is gone.
         ::unlink(QFile::encodeName(file.fileName()).constData());

@@ -58,7 +58,7 @@ private:
 };
 
 // Which program or library a region belongs to, or what the system calls it. Any other file is the user's, and its name
-// nobody's business.
+// private.
 std::string_view publicName(const MappedRegion& region)
 {
     if (!region.path.starts_with('/'))

@@ -30,7 +30,7 @@ RecordWriter& RecordWriter::hex(std::uint64_t value)
     return *this;
 }
 
-RecordWriter& RecordWriter::decimal(std::int64_t value, int leastDigits)
+RecordWriter& RecordWriter::decimal(std::int64_t value, int minDigits)
 {
     std::array<char, 24> digits{};
     int count = 0;
@@ -41,7 +41,7 @@ RecordWriter& RecordWriter::decimal(std::int64_t value, int leastDigits)
     } while (left > 0);
     if (value < 0)
         put('-');
-    for (int missing = leastDigits - count; missing > 0; --missing)
+    for (int missing = minDigits - count; missing > 0; --missing)
         put('0');
     while (count > 0)
         put(digits.at(static_cast<size_t>(--count)));

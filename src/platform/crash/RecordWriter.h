@@ -19,7 +19,7 @@ public:
     /// A line feed inside `text` becomes a blank, so that no text can pass for a line of its own.
     RecordWriter& text(std::string_view text);
     RecordWriter& hex(std::uint64_t value);
-    RecordWriter& decimal(std::int64_t value, int leastDigits = 1);
+    RecordWriter& decimal(std::int64_t value, int minDigits = 1);
     RecordWriter& endLine();
 
     /// Hands what has been put together so far to the file.

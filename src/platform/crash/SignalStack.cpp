@@ -47,7 +47,7 @@ void SignalStack::capture(const void* context)
     if (registers.place && start != end) {
         count = static_cast<int>(std::copy(start, end, frames.begin()) - frames.begin());
     } else if (registers.caller) {
-        // The walk ends at a place that holds no code, such as a null function. Whoever called it is known all the
+        // The walk ends at a place that holds no code, such as a null function. Its caller is known all the
         // same.
         frames[0] = registers.place;
         frames[1] = *registers.caller;

@@ -13,7 +13,7 @@ namespace kelmo {
 class HttpThread;
 
 /// Sends requests over HTTP/1.1, each exactly once: nothing is sent again on a connection that broke. Several may be
-/// under way, each on a connection of its own, on a thread of the client's. Owned by whoever sends; lives on one
+/// under way, each on a connection of its own, on a thread of the client's. Owned by the sender; lives on one
 /// thread, which runs an event loop and never waits for the network. What is under way when it goes, or when it is
 /// aborted, fails as cancelled.
 class HttpClient : public QObject {

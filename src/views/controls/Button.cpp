@@ -20,7 +20,7 @@ constexpr int badgeHeight = 18;
 constexpr int badgePadding = 6;
 constexpr double disabledPrimary = 0.35;
 /// Below this many pixels an elided label says nothing any more.
-constexpr int leastLabelWidth = 48;
+constexpr int minLabelWidth = 48;
 
 QColor mixed(const QColor& a, const QColor& b, double share)
 {
@@ -120,7 +120,7 @@ QSize Button::minimumSizeHint() const
     if (sizePolicy().horizontalPolicy() == QSizePolicy::Fixed)
         return whole;
     const double others = contentWidth(QString());
-    return {std::min(whole.width(), int(others) + gap + leastLabelWidth + 2 * padding), whole.height()};
+    return {std::min(whole.width(), int(others) + gap + minLabelWidth + 2 * padding), whole.height()};
 }
 
 QColor Button::surface() const

@@ -8,7 +8,7 @@ namespace kelmo {
 
 namespace {
 
-constexpr int leastWidth = 24;
+constexpr int minWidth = 24;
 
 } // namespace
 
@@ -35,7 +35,7 @@ QSize ElidedLabel::sizeHint() const
 QSize ElidedLabel::minimumSizeHint() const
 {
     const QSize whole = sizeHint();
-    return {std::min(leastWidth, whole.width()), whole.height()};
+    return {std::min(minWidth, whole.width()), whole.height()};
 }
 
 /// A server's words may come with line feeds and tags; they are one line of plain text here.

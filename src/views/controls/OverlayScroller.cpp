@@ -10,7 +10,7 @@ namespace kelmo {
 namespace {
 
 constexpr int lingersMs = 1200;
-constexpr double leastThumb = 28;
+constexpr double minThumb = 28;
 constexpr double margin = 4; ///< Above and below the track, and right of the thumb.
 constexpr double slim = 5;
 constexpr double wide = 7;
@@ -57,7 +57,7 @@ QRectF OverlayScroller::thumb() const
 {
     const double track = height() - 2 * margin;
     const double whole = m_bar.maximum() - m_bar.minimum() + m_bar.pageStep();
-    const double length = std::clamp(track * m_bar.pageStep() / whole, std::min(leastThumb, track), track);
+    const double length = std::clamp(track * m_bar.pageStep() / whole, std::min(minThumb, track), track);
     const double share = double(m_bar.value() - m_bar.minimum()) / std::max(1, m_bar.maximum() - m_bar.minimum());
     const double thickness = m_held || underMouse() ? wide : slim;
     return {width() - margin - thickness, margin + share * (track - length), thickness, length};

@@ -14,7 +14,7 @@ namespace {
 constexpr int trayPadding = 2;
 constexpr int choicePadding = 9;
 constexpr int choiceHeight = 24;
-constexpr int leastChoiceWidth = 36;
+constexpr int minChoiceWidth = 36;
 
 QFont choiceFont() { return Theme::font(12, QFont::Medium); }
 
@@ -37,7 +37,7 @@ SpeedPicker::Choice::Choice(double rate, QWidget* parent)
 QSize SpeedPicker::Choice::sizeHint() const
 {
     const int width = qRound(QFontMetricsF(font()).horizontalAdvance(text())) + 2 * choicePadding;
-    return {std::max(width, leastChoiceWidth), choiceHeight};
+    return {std::max(width, minChoiceWidth), choiceHeight};
 }
 
 void SpeedPicker::Choice::paintEvent(QPaintEvent*)

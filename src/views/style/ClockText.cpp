@@ -4,7 +4,7 @@ namespace kelmo {
 
 namespace {
 
-constexpr double leastRemovedMs = 50;
+constexpr double minRemovedMs = 50;
 constexpr double minuteMs = 60'000;
 
 } // namespace
@@ -18,7 +18,7 @@ QString clock(double ms)
 Summary Summary::of(double sourceMs, double editedMs)
 {
     const double removed = sourceMs - editedMs;
-    if (removed <= leastRemovedMs)
+    if (removed <= minRemovedMs)
         return {clock(sourceMs), {}};
     const QString amount
         = removed < minuteMs ? QString::number(removed / 1000, 'f', 1) % QStringLiteral(" s") : clock(removed);

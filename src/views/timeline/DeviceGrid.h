@@ -8,7 +8,7 @@
 namespace kelmo {
 
 /// The pixels that a painter really paints on, which at fractional scales do not lie on whole logical coordinates. For
-/// edges that must be sharp. Made anew for every painting, before the painter is moved.
+/// edges that must be sharp. Made again for every painting, before the painter is moved.
 class DeviceGrid {
 public:
     explicit DeviceGrid(const QPainter& painter)

@@ -59,7 +59,7 @@ private:
     std::shared_ptr<ThumbnailGenerator> m_generator; ///< None before the movie is loaded.
     std::optional<QUrl> m_url;
     QSet<int> m_pending; ///< All that were ever requested of this movie.
-    std::deque<int> m_waitingForKeys; ///< Those that nobody has begun; they come before the others.
+    std::deque<int> m_waitingForKeys; ///< Those not begun yet; they come before the others.
     std::deque<int> m_waiting;
     bool m_working = false;
     QThreadPool m_worker;

@@ -19,7 +19,7 @@ constexpr double playheadZone = 6;
 constexpr double clickSlack = 3;
 constexpr double snapDistance = 10;
 
-constexpr double leastEditMs = 100;
+constexpr double minEditMs = 100;
 
 QPointer<TimelineBar> lastShown;
 
@@ -202,7 +202,7 @@ void TimelineBar::trimInTo(double ms)
 {
     if (m_candidates.empty())
         m_candidates = TrimSnapping::inCandidates(m_editor.words(), m_editor.sourceDurationMs());
-    m_dragIn = std::max(0.0, std::min(snapped(ms), trimEndMs() - leastEditMs));
+    m_dragIn = std::max(0.0, std::min(snapped(ms), trimEndMs() - minEditMs));
     m_editor.previewSource(*m_dragIn);
     repaintMoved();
 }
@@ -211,7 +211,7 @@ void TimelineBar::trimOutTo(double ms)
 {
     if (m_candidates.empty())
         m_candidates = TrimSnapping::outCandidates(m_editor.words(), m_editor.sourceDurationMs());
-    m_dragOut = std::min(m_editor.sourceDurationMs(), std::max(snapped(ms), m_editor.cuts().trimIn + leastEditMs));
+    m_dragOut = std::min(m_editor.sourceDurationMs(), std::max(snapped(ms), m_editor.cuts().trimIn + minEditMs));
     m_editor.previewSource(*m_dragOut - 1);
     repaintMoved();
 }

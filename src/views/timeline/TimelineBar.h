@@ -37,7 +37,7 @@ public:
     [[nodiscard]] QSize sizeHint() const override;
     [[nodiscard]] QSize minimumSizeHint() const override;
 
-    // For keys and for whoever does not see the bar. Times are on the edited clock.
+    // For keys and for assistive technology. Times are on the edited clock.
     [[nodiscard]] double positionMs() const { return m_editor.playhead().ms(); }
     [[nodiscard]] double lengthMs() const { return m_editor.timeline().durationMs; }
     [[nodiscard]] double frameMs() const; ///< One picture of the take.

@@ -72,7 +72,7 @@ void TimelineBar::focusOutEvent(QFocusEvent* event)
     update();
 }
 
-/// While something is dragged, Escape takes it back. The key goes on to whoever else it means something to.
+/// While something is dragged, Escape takes it back. The key also goes on to its next receiver.
 bool TimelineBar::eventFilter(QObject* watched, QEvent* event)
 {
     const bool isEscape = event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape;

@@ -137,7 +137,7 @@ void TimelineBar::showBubble()
         mapTo(window(), QPointF(tip)), TimeText::tenths(m_editor.fullTimeline().edited(ms)), wordAtHandle());
 }
 
-/// The word that the edit begins or ends with when the dragged handle is let go here.
+/// The word that the edit begins or ends with when the dragged handle is released here.
 QString TimelineBar::wordAtHandle() const
 {
     const std::vector<Word>& words = m_editor.words();

@@ -14,7 +14,7 @@ constexpr double between = 7;
 constexpr double boxHeight = 26;
 constexpr double tipHeight = 5;
 constexpr double tipHalf = 6;
-constexpr double mostWordWidth = 180;
+constexpr double maxWordWidth = 180;
 constexpr double fromEdge = 4;
 constexpr double radius = 7;
 
@@ -33,7 +33,7 @@ void TrimBubble::showAt(QPointF tip, const QString& time, const QString& word)
     m_time = time;
     m_word = word.isEmpty()
         ? QString()
-        : metrics.elidedText(QStringLiteral("“") % word % QStringLiteral("”"), Qt::ElideMiddle, mostWordWidth);
+        : metrics.elidedText(QStringLiteral("“") % word % QStringLiteral("”"), Qt::ElideMiddle, maxWordWidth);
     setAccessibleName(m_word.isEmpty() ? m_time : m_time % QStringLiteral(" ") % m_word);
     const double wordRoom = m_word.isEmpty() ? 0 : between + metrics.horizontalAdvance(m_word);
     const QSizeF size(2 * padding + TabularText::width(m_time, metrics) + wordRoom, boxHeight + tipHeight);

@@ -14,7 +14,7 @@ class AccessibleWordText : public QAccessibleWidget, public QAccessibleTextInter
 public:
     /// Lets Qt make one for each WordTextView from now on.
     static void install();
-    /// Tell whoever listens what has changed.
+    /// Tell assistive technology what has changed.
     static void tellText(WordTextView& view, const QString& before);
     static void tellCaret(WordTextView& view, TextRange before);
     static void tellCuts(WordTextView& view);

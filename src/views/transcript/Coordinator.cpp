@@ -175,7 +175,7 @@ void Coordinator::textViewDidChangeSelection()
         return;
     m_editor.setSelection(std::nullopt);
     const std::optional<int> under = word(m_textView->selectedRange().location);
-    // Every step of a drag that began here would say its word anew.
+    // Every step of a drag that began here would say its word again.
     if (m_textView->isExtending() && under == m_sought)
         return;
     m_sought = under;

@@ -23,7 +23,7 @@ public:
     static constexpr double pitch = 24;
     static constexpr double betweenParagraphs = 12;
 
-    /// Breaks the whole text anew. There is at least one line, even of an empty text.
+    /// Breaks the whole text again. There is at least one line, even of an empty text.
     void flow(const QString& text, const QFont& font, double width);
 
     [[nodiscard]] int count() const { return int(m_lines.size()); }

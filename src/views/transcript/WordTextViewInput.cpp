@@ -114,7 +114,7 @@ void WordTextView::press(QPointF at, TextCaret::Unit unit)
     m_glide.stop();
     m_dragging = true;
     m_pointer = at;
-    // Whoever presses on the same word again wants to hear it again.
+    // A second press on the same word plays it again.
     if (!changeCaret([&] { m_caret.begin(positionAt(at), unit); }))
         Q_EMIT selectionChanged();
 }

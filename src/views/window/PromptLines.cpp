@@ -75,7 +75,7 @@ PromptLines::PromptLines(const ClaudeAgent& agent, QWidget* parent)
 
 void PromptLines::setRoom(int pixels)
 {
-    m_limit = std::min(pixels, mostHeight);
+    m_limit = std::min(pixels, maxHeight);
     fitHeight();
 }
 

@@ -15,7 +15,7 @@ class PromptLines : public QTextEdit {
     Q_OBJECT
 
 public:
-    static constexpr int mostHeight = 120; ///< Logical pixels.
+    static constexpr int maxHeight = 120; ///< Logical pixels.
 
     /// Requires: the agent outlives the view.
     explicit PromptLines(const ClaudeAgent& agent, QWidget* parent);
@@ -40,7 +40,7 @@ private:
     QTimer m_frame; ///< Runs while changes wait to be shown.
     std::vector<QUuid> m_shown; ///< The lines in the document, a block each.
     OverlayScroller m_scroller;
-    int m_limit = mostHeight; ///< Of the height, in logical pixels.
+    int m_limit = maxHeight; ///< Of the height, in logical pixels.
     bool m_atNewest = true; ///< Unless the user has scrolled back.
 };
 

@@ -7,8 +7,8 @@ namespace kelmo {
 namespace {
 
 /// What it takes for the pace so far to say something about the rest.
-constexpr double leastElapsedMs = 1000;
-constexpr double leastDone = 0.01;
+constexpr double minElapsedMs = 1000;
+constexpr double minDone = 0.01;
 constexpr double minuteMs = 60'000;
 
 } // namespace
@@ -27,7 +27,7 @@ QString RemainingTime::text() const
 {
     const double elapsed = m_startedMs ? m_nowMs - *m_startedMs : 0;
     const double done = m_progress - m_startedAt;
-    if (elapsed < leastElapsedMs || done < leastDone)
+    if (elapsed < minElapsedMs || done < minDone)
         return {};
     const double left = elapsed * (1 - m_progress) / done;
     const QString amount

@@ -9,7 +9,7 @@ namespace kelmo {
 /// Guesses from how far something has come how long it will still take. A plain value.
 class RemainingTime {
 public:
-    /// `progress` from 0 to 1 at `nowMs` on any steady clock. A smaller progress than before starts anew.
+    /// `progress` from 0 to 1 at `nowMs` on any steady clock. A smaller progress than before starts again.
     void note(double progress, double nowMs);
 
     /// Such as "12 s left" or "2:05 left"; empty until a guess is worth making.

@@ -34,8 +34,8 @@ constexpr int belowPlayer = 4;
 /// Beside the room that the bar keeps for its playhead.
 constexpr int aroundTimeline = 5;
 constexpr int aboveLink = 8;
-constexpr int leastTranscript = 84;
-constexpr int leastPlayer = 112;
+constexpr int minTranscript = 84;
+constexpr int minPlayer = 112;
 /// In the lowest window the agent's lines take this much, and half of what a window is higher.
 constexpr int lowestWindow = 520;
 constexpr int lowestLines = 48;
@@ -78,7 +78,7 @@ void RootView::addPlayer(QVBoxLayout& column)
     pages->addWidget(empty);
     pages->addWidget(player);
     pages->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Ignored);
-    pages->setMinimumHeight(leastPlayer);
+    pages->setMinimumHeight(minPlayer);
     m_drop = new DropHighlight(pages);
     column.addWidget(pages, playerShare);
     const auto choose = [this, pages, player, empty] {
@@ -99,7 +99,7 @@ void RootView::addLowerPart(QVBoxLayout& column, ClaudeAgent& agent)
     rows->addWidget(new TimelineBar(m_editor, lower));
     rows->addSpacing(aroundTimeline);
     m_transcript = new TranscriptView(m_editor, lower);
-    m_transcript->setMinimumHeight(leastTranscript);
+    m_transcript->setMinimumHeight(minTranscript);
     rows->addWidget(m_transcript, 1);
     // Without a take there is nothing to say about its speech.
     const auto showText = [this] { m_transcript->textView().setVisible(m_editor.take().has_value()); };

@@ -28,7 +28,7 @@ void TakeMenu::showTake()
     updateGeometry();
 }
 
-/// Filled anew each time: takes come while the program runs.
+/// Filled each time it opens: takes come while the program runs.
 void TakeMenu::fill()
 {
     m_menu->clear();

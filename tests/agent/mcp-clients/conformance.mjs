@@ -7,7 +7,7 @@ import { join } from "node:path";
 const applicable = ["server-initialize", "ping", "tools-list", "dns-rebinding-protection"];
 
 // Every other server scenario, and why it cannot apply. One that is in neither list is an error, so that a newer suite
-// does not pass with scenarios nobody has looked at.
+// does not pass with scenarios that were not looked at.
 const needsTheSuitesOwnTools = "calls a tool, resource or prompt with a name and an answer that the suite lays down";
 const noLogging = "the server offers no logging";
 const noCompletion = "the server offers no completion";

@@ -214,7 +214,7 @@ TEST_F(WordTextViewTest, otherKeysAreLeftToTheWindow)
         EXPECT_FALSE(press.isAccepted()) << code;
     }
     EXPECT_EQ(shownText(), utf8("one two three\nfour five"));
-    // Whoever takes the editor away leaves a text to read.
+    // Without an editor there is still a text to read.
     text().wire(nullptr, nullptr);
     key(Qt::Key_Delete);
     EXPECT_EQ(struck(), QStringList());

@@ -129,7 +129,7 @@ TEST_F(AskClaudeBoxTest, linesAreAsHighAsNeededUpToALimitAndShowTheNewest)
     ASSERT_TRUE(waitForText(QStringLiteral("cut the waffle\n→ cut ranges\nOne\n\ntwo")));
     EXPECT_TRUE(QTest::qWaitFor([&] { return lines().height() > 50 && lines().verticalScrollBar()->maximum() == 0; }))
         << "all of it is seen";
-    EXPECT_LT(lines().height(), PromptLines::mostHeight);
+    EXPECT_LT(lines().height(), PromptLines::maxHeight);
     EXPECT_EQ(lines().document()->blockCount(), 3);
     const QTextCharFormat tool = lines().document()->findBlockByNumber(1).begin().fragment().charFormat();
     const QTextCharFormat text = lines().document()->findBlockByNumber(2).begin().fragment().charFormat();
@@ -145,7 +145,7 @@ TEST_F(AskClaudeBoxTest, linesAreAsHighAsNeededUpToALimitAndShowTheNewest)
     const QScrollBar& bar = *lines().verticalScrollBar();
     ASSERT_TRUE(QTest::qWaitFor([&] { return lines().document()->blockCount() == 43; }, 30'000));
     EXPECT_TRUE(QTest::qWaitFor([&] { return bar.maximum() > 0 && bar.value() == bar.maximum(); }, 30'000));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return lines().height() == PromptLines::mostHeight; }, 30'000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return lines().height() == PromptLines::maxHeight; }, 30'000));
     m_window.resize(320, 400);
     EXPECT_TRUE(QTest::qWaitFor([&] { return bar.value() == bar.maximum(); }, 30'000)) << "however it wraps";
 }
@@ -179,7 +179,7 @@ TEST_F(AskClaudeBoxTest, floodKeepsTheWindowAliveAndTheListShort)
     QTimer ticks;
     QObject::connect(&ticks, &QTimer::timeout, &ticks, [&] {
         longestGap = std::max(longestGap, sinceTick.restart());
-        EXPECT_LE(lines().document()->blockCount(), ClaudeAgent::mostLines);
+        EXPECT_LE(lines().document()->blockCount(), ClaudeAgent::maxLines);
     });
     sinceTick.start();
     ticks.start(5);

@@ -203,7 +203,7 @@ TEST_F(PlayerViewTest, hiddenNothingIsMadeAndTheLastPictureStaysAcrossAnOpen)
 {
     PlayerView view(m_editor);
     QTest::qWait(100);
-    EXPECT_EQ(m_editor.picture(), nullptr) << "nobody looks";
+    EXPECT_EQ(m_editor.picture(), nullptr) << "the view is hidden";
     view.show();
     ASSERT_TRUE(QTest::qWaitFor([this] { return m_editor.picture() != nullptr; }));
     m_editor.open(m_folder.filePath(QStringLiteral("talk.mov")));

@@ -14,10 +14,10 @@ namespace kelmo {
 
 namespace {
 
-/// Nobody records for six weeks, and everything that steps through an edit would step for ever.
+/// No recording lasts six weeks, and everything that steps through an edit would step for ever.
 constexpr MediaTime longestMovie{1000LL * 3600 * 1'000'000};
-constexpr int leastSampleRate = 1000;
-constexpr int mostSampleRate = 768'000;
+constexpr int minSampleRate = 1000;
+constexpr int maxSampleRate = 768'000;
 
 Error openError(const QString& path, const QString& reason)
 {
@@ -74,8 +74,8 @@ bool isUsable(const AVStream& stream)
         return false;
     if (parameters.codec_type == AVMEDIA_TYPE_VIDEO)
         return avcodec_find_decoder(parameters.codec_id) || (parameters.width > 0 && parameters.height > 0);
-    return parameters.codec_type == AVMEDIA_TYPE_AUDIO && parameters.sample_rate >= leastSampleRate
-        && parameters.sample_rate <= mostSampleRate;
+    return parameters.codec_type == AVMEDIA_TYPE_AUDIO && parameters.sample_rate >= minSampleRate
+        && parameters.sample_rate <= maxSampleRate;
 }
 
 /// The streams that can be used; the others are not delivered.

@@ -6,7 +6,7 @@ namespace kelmo {
 
 namespace {
 
-constexpr int64_t mostEmptySamples = 1 << 16; // Of one run.
+constexpr int64_t maxEmptySamples = 1 << 16; // Of one run.
 
 // What a track's fragment, and a run in it, say to be there.
 constexpr uint32_t hasBaseOffset = 0x1;
@@ -81,7 +81,7 @@ void FragmentRuns::checkRun(BoxBytes run, int64_t position, uint32_t sampleSize)
     if (const int columns = std::popcount(flags & runColumns); columns > 0)
         room = run.left() / (4 * columns);
     if (!(flags & runHasSizes)) {
-        room = std::min(room, sampleSize > 0 ? m_unclaimed / sampleSize : mostEmptySamples);
+        room = std::min(room, sampleSize > 0 ? m_unclaimed / sampleSize : maxEmptySamples);
         m_unclaimed -= std::min<int64_t>(count, room) * sampleSize;
     }
     if (count > room)

@@ -9,7 +9,7 @@
 namespace kelmo {
 
 /// Finds the runs of samples in a fragmented movie (its `trun` boxes) that claim more samples than their own table, or
-/// the file, has room for. Who believes them allots gigabytes for a file of a few hundred kilobytes. Owned by whoever
+/// the file, has room for. A reader that believes them allots gigabytes for a small file. Owned by the opener that
 /// reads the boxes; any one thread.
 class FragmentRuns {
 public:
@@ -25,7 +25,7 @@ private:
     void readTrack(BoxBytes boxes, int64_t position);
     void checkRun(BoxBytes run, int64_t position, uint32_t sampleSize);
 
-    std::map<uint32_t, uint32_t> m_sampleSizes; ///< Bytes, by track; what a sample has whose size nobody tells.
+    std::map<uint32_t, uint32_t> m_sampleSizes; ///< Bytes, by track; what a sample has whose size is not told.
     int64_t m_unclaimed; ///< Bytes of the file that samples without a size of their own have not claimed yet.
     std::vector<MovBoxes::Patch> m_corrections;
 };

@@ -113,7 +113,7 @@ std::optional<std::vector<StreamSamples>> listSamples(
                 orders[stream]->add(*packet);
         }
         av_packet_unref(packet.get());
-        if (total > mostSamples)
+        if (total > maxSamples)
             return std::nullopt;
     }
     for (size_t i = 0; i < streams.size(); ++i) {

@@ -12,14 +12,14 @@
 namespace kelmo {
 
 /// Ticks beyond this only come from damaged tables; sums of a few of them must not overflow.
-constexpr int64_t mostTicks = INT64_MAX / 8;
-[[nodiscard]] constexpr bool isSane(int64_t ticks) { return ticks >= -mostTicks && ticks <= mostTicks; }
+constexpr int64_t maxTicks = INT64_MAX / 8;
+[[nodiscard]] constexpr bool isSane(int64_t ticks) { return ticks >= -maxTicks && ticks <= maxTicks; }
 
-constexpr uint32_t mostSamples = 200'000'000; ///< More than a week of the densest sound.
+constexpr uint32_t maxSamples = 200'000'000; ///< More than a week of the densest sound.
 
 struct StreamSamples {
     std::vector<Sample> samples; ///< In decoding order.
-    int64_t lastDuration = 0; ///< How long the last one lasts; not positive when nobody says.
+    int64_t lastDuration = 0; ///< How long the last one lasts; not positive when it is not known.
     bool isComplete = false; ///< Everything that the tables list is in the file.
     std::vector<int> lengths; ///< Samples of sound in each; empty when unknown, or when the times are exact anyway.
 

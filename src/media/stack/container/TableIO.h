@@ -10,8 +10,8 @@ namespace kelmo {
 
 /// A file as libav reads it while the tables are built. With `hideTables` it finds no sample tables in it, which are
 /// read by us in a fraction of the time. With `skipMediaData` bytes inside `mdat` bodies are not read from disk: the
-/// demuxer needs to step over them, and nobody looks at what they hold. Absurd sample counts read as possible ones.
-/// Owned by whoever opens the file, and outlives what libav opens on it; any one thread.
+/// demuxer needs to step over them, and their contents are not read. Absurd sample counts read as possible ones.
+/// Owned by the opener of the file, and outlives what libav opens on it; any one thread.
 class TableIO {
 public:
     explicit TableIO(const QString& path);

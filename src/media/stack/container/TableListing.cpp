@@ -6,7 +6,7 @@ namespace kelmo {
 
 namespace {
 
-constexpr uint32_t mostReserved = 4'000'000; // A damaged table may claim anything.
+constexpr uint32_t maxReserved = 4'000'000; // A damaged table may claim anything.
 constexpr uint32_t pcmFramesASample = 1024;
 
 /// The big-endian numbers of a table, in rows of `columns`, behind a head that ends in the number of rows.
@@ -117,7 +117,7 @@ struct Sizes {
     }
 
     [[nodiscard]] uint32_t count() const { return each.rows(); }
-    [[nodiscard]] bool isWhole() const { return (ofAll > 0 || each.isWhole()) && count() <= mostSamples; }
+    [[nodiscard]] bool isWhole() const { return (ofAll > 0 || each.isWhole()) && count() <= maxSamples; }
     [[nodiscard]] uint32_t at(uint32_t sample) const { return ofAll > 0 ? ofAll : each.at(sample); }
 
     const Table each;
@@ -156,7 +156,7 @@ public:
     {
         if (m_sizes.ofAll > 0 && int64_t(m_sizes.count()) * m_sizes.ofAll > m_fileSize)
             return std::nullopt;
-        m_listed.samples.reserve(std::min(m_sizes.count(), mostReserved));
+        m_listed.samples.reserve(std::min(m_sizes.count(), maxReserved));
         while (m_chunks.next()) {
             int64_t position = m_chunks.position;
             for (uint32_t i = 0; i < m_chunks.samples; ++i) {

@@ -71,8 +71,8 @@ std::vector<EditSegment> editSegments(const MovBoxes& boxes, int trackId, Ratio 
         const int64_t start = scaled(movieTime, timeBase.den, boxes.movieTimescale * timeBase.num);
         movieTime += edit.duration;
         const int64_t end = scaled(movieTime, timeBase.den, boxes.movieTimescale * timeBase.num);
-        if (edit.mediaTime >= 0 && edit.mediaTime <= mostTicks)
-            segments.push_back({edit.mediaTime, start, edit.duration > 0 ? end - start : mostTicks});
+        if (edit.mediaTime >= 0 && edit.mediaTime <= maxTicks)
+            segments.push_back({edit.mediaTime, start, edit.duration > 0 ? end - start : maxTicks});
     }
     return segments;
 }
@@ -83,7 +83,7 @@ std::vector<EditSegment> everything(const StreamSamples& listed, MediaTime zero,
     const std::optional<int64_t> first = listed.start();
     if (!first)
         return {};
-    return {{*first, *first - ExactTime::of(zero).ticksNearest(timeBase), mostTicks}};
+    return {{*first, *first - ExactTime::of(zero).ticksNearest(timeBase), maxTicks}};
 }
 
 /// Until when the last picture of a movie is to be held: what its edit list says when the movie as a whole is as long.
@@ -91,7 +91,7 @@ std::vector<EditSegment> everything(const StreamSamples& listed, MediaTime zero,
 int64_t heldUntil(
     const MovBoxes& boxes, const std::vector<EditSegment>& edits, Ratio timeBase, const StreamSamples& listed)
 {
-    if (edits.empty() || boxes.movieTimescale <= 0 || !listed.isComplete || edits.back().duration >= mostTicks)
+    if (edits.empty() || boxes.movieTimescale <= 0 || !listed.isComplete || edits.back().duration >= maxTicks)
         return 0;
     const int64_t movieEnd = scaled(boxes.movieDuration + 1, timeBase.den, boxes.movieTimescale * timeBase.num);
     const int64_t end = edits.back().presentStart + edits.back().duration;

@@ -5,7 +5,7 @@ namespace kelmo {
 namespace {
 
 /// A 4K decoder holds a quarter of a gigabyte, so only a few are kept.
-constexpr size_t mostIdle = 4;
+constexpr size_t maxIdle = 4;
 constexpr int threads = 4; // Even on two cores, because a picture waits for rows of the one it refers to.
 
 } // namespace
@@ -15,7 +15,7 @@ DecoderPool::Lease::~Lease()
     if (!m_decoder)
         return;
     const std::lock_guard lock(m_pool->m_mutex);
-    if (m_pool->m_idle.size() >= mostIdle)
+    if (m_pool->m_idle.size() >= maxIdle)
         m_pool->m_idle.erase(m_pool->m_idle.begin());
     m_pool->m_idle.push_back(std::move(m_decoder));
 }

@@ -12,8 +12,8 @@ namespace kelmo {
 /// one of them costs nothing. Thread-safe: all decoders of the track share it.
 class FrameCache {
 public:
-    explicit FrameCache(size_t mostBytes)
-        : m_mostBytes(mostBytes)
+    explicit FrameCache(size_t maxBytes)
+        : m_mostBytes(maxBytes)
     {
     }
 

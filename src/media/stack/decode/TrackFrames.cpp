@@ -8,7 +8,7 @@ namespace {
 
 /// So few samples more are decoded before a start elsewhere would have paid off.
 constexpr int nearbySamples = 8;
-/// How often somebody who waits for the other decoder looks whether that is still wanted.
+/// How often a wait for the other decoder checks whether it is still wanted.
 constexpr auto stopPeriod = std::chrono::milliseconds(2);
 
 } // namespace
@@ -166,7 +166,7 @@ void TrackFrames::runAhead()
         VideoDecoder* decoder = m_decoders[1 - m_playing].get();
         const int display = *m_prepared;
         lock.unlock();
-        // Whoever asks for it next gets the error.
+        // The next request for it gets the error.
         (void)decoder->frame(display, [this] { return m_abandoned.load(); });
         lock.lock();
         m_busy = false;

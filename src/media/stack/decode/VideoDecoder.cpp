@@ -9,8 +9,8 @@ namespace kelmo {
 
 namespace {
 
-constexpr int mostErrorsInARow = 100;
-constexpr int mostDeviceErrors = 2; ///< Software may do better.
+constexpr int maxErrorsInARow = 100;
+constexpr int maxDeviceErrors = 2; ///< Software may do better.
 constexpr int64_t noPts = std::numeric_limits<int64_t>::min();
 
 } // namespace
@@ -216,12 +216,12 @@ Result<void> VideoDecoder::feed(int64_t targetPts)
     if (m_track.index.samples()[size_t(m_next)].size > 0) {
         if (Result<void> read = m_reader->read(m_next, *packet); !read)
             return read;
-        // Pictures that no other one refers to and that nobody will see need not be decoded.
+        // Pictures that no other one refers to and that are not shown need not be decoded.
         const bool wanted = !m_referencesOnly && isWanted(m_next, targetPts);
         m_codec->skip_frame = wanted ? AVDISCARD_DEFAULT : AVDISCARD_NONREF;
         if (!wanted)
             noteSkipped(m_next);
-        if (avcodec_send_packet(m_codec.get(), packet.get()) < 0 && ++m_errors > mostErrorsInARow)
+        if (avcodec_send_packet(m_codec.get(), packet.get()) < 0 && ++m_errors > maxErrorsInARow)
             return avFailure(AVERROR_INVALIDDATA, QStringLiteral("Can’t play"), m_asset->name());
     }
     ++m_next;
@@ -236,7 +236,7 @@ Result<bool> VideoDecoder::receive(int display, VideoFrame& picture)
     if (code == AVERROR_EOF)
         return true;
     if (code < 0) {
-        const bool failed = code != AVERROR(EAGAIN) && ++m_errors > (m_device ? mostDeviceErrors : mostErrorsInARow);
+        const bool failed = code != AVERROR(EAGAIN) && ++m_errors > (m_device ? maxDeviceErrors : maxErrorsInARow);
         if (failed && !m_device)
             return avFailure(code, QStringLiteral("Can’t play"), m_asset->name());
         if (failed) {

@@ -16,7 +16,7 @@ namespace kelmo {
 class PacketReader;
 
 /// Decodes the pictures of one video track, exactly, in whatever order they are asked for. Moves forward where that is
-/// cheaper than starting at a key picture, and skips what nobody will see. Owned by one user at a time; not
+/// cheaper than starting at a key picture, and skips frames that are not shown. Owned by one user at a time; not
 /// thread-safe, but may move between threads. Opening takes a few milliseconds, so keep it.
 class VideoDecoder {
 public:

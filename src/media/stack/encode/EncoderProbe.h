@@ -12,7 +12,7 @@ namespace kelmo {
 struct EncoderChoice;
 struct VideoEncoding;
 
-/// Tries hardware encoders in a process of their own, because a driver that crashes takes along whoever called it.
+/// Tries hardware encoders in a process of their own, because a driver that crashes takes its process along.
 namespace EncoderProbe {
 
 /// To be called first by the main function of a program that exports. When the command line is a question of

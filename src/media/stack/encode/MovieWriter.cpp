@@ -12,7 +12,7 @@ namespace {
 constexpr int videoStream = 0;
 constexpr int audioStream = 1;
 /// How far sound may run ahead of the picture: enough to never hold it up, little enough to interleave well.
-constexpr MediaTime mostAhead{1'500'000};
+constexpr MediaTime maxAhead{1'500'000};
 
 void closeAndFree(AVFormatContext* format)
 {
@@ -114,7 +114,7 @@ Result<void> MovieWriter::writeAudio(AVPacket& packet)
 {
     std::unique_lock lock(m_mutex);
     const MediaTime at = fromTicks(packet.dts, m_timeBases[audioStream]);
-    m_advanced.wait(lock, [&] { return m_videoEnded || at < m_videoReached + mostAhead; });
+    m_advanced.wait(lock, [&] { return m_videoEnded || at < m_videoReached + maxAhead; });
     return write(packet, audioStream);
 }
 

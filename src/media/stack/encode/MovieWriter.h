@@ -31,7 +31,7 @@ public:
     [[nodiscard]] Result<void> writeVideo(AVPacket& packet);
     [[nodiscard]] Result<void> writeAudio(AVPacket& packet);
 
-    /// No more video will come, or the export was given up: waiting sound is let go.
+    /// No more video will come, or the export was given up: waiting audio goes on.
     void endVideo();
 
     /// Completes the file and gives it its name. Fails, with nothing left behind, when the disk is full.

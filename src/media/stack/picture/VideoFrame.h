@@ -46,7 +46,7 @@ public:
     /// The same picture with these colours written on it, sharing its memory.
     [[nodiscard]] VideoFrame tagged(ColorTags color) const;
 
-    /// For whoever has just taken the picture from a pool and not shared it yet.
+    /// Requires: the picture has just come from a pool and is not shared yet.
     [[nodiscard]] uint8_t* writablePlane(int index);
     [[nodiscard]] AVFrame* writable() { return m_frame.get(); }
     void setColor(ColorTags color);

@@ -12,7 +12,7 @@ namespace {
 
 constexpr const char* clientName = "KelmoEditor";
 /// Long enough for a busy machine to keep up, short enough for a pause to be heard at once.
-constexpr uint32_t leastLatency = 3840;
+constexpr uint32_t minLatency = 3840;
 
 Result<void> refused(const QString& what) { return failure(QStringLiteral("Sound"), 1, what); }
 
@@ -40,9 +40,9 @@ Result<void> CubebOutput::open(Pull pull)
     form.channels = channels;
     form.layout = CUBEB_LAYOUT_STEREO;
     form.prefs = CUBEB_STREAM_PREF_NONE;
-    uint32_t latency = leastLatency;
+    uint32_t latency = minLatency;
     if (cubeb_get_min_latency(context, &form, &latency) != CUBEB_OK)
-        latency = leastLatency;
+        latency = minLatency;
 
     const auto fill = [](cubeb_stream*, void* self, const void*, void* out, long frames) {
         auto* output = static_cast<CubebOutput*>(self);
@@ -54,7 +54,7 @@ Result<void> CubebOutput::open(Pull pull)
         if (state == CUBEB_STATE_ERROR)
             static_cast<CubebOutput*>(self)->m_lost = true;
     };
-    m_latency = int(std::clamp<uint32_t>(latency, leastLatency, 2 * leastLatency));
+    m_latency = int(std::clamp<uint32_t>(latency, minLatency, 2 * minLatency));
     cubeb_stream* stream = nullptr;
     const int code = cubeb_stream_init(
         context, &stream, clientName, nullptr, nullptr, nullptr, &form, uint32_t(m_latency), fill, changed, this);

@@ -40,7 +40,7 @@ private:
     std::shared_ptr<const PlayerItem> m_item;
     const CompositionTrack& m_screen;
     int m_perSecond; ///< Steps of the grid; 0 when every picture is shown at its own time.
-    int m_stride; ///< Of these, every which one is shown.
+    int m_stride; ///< Shows every n-th of them.
     bool m_keysOnly;
 };
 

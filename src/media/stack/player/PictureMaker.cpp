@@ -6,7 +6,7 @@ namespace kelmo {
 
 namespace {
 
-constexpr int mostScreenThreads = 6;
+constexpr int maxScreenThreads = 6;
 constexpr int cameraThreads = 1;
 constexpr size_t screenCacheBytes = 192 << 20;
 constexpr size_t cameraCacheBytes = 48 << 20;
@@ -14,9 +14,9 @@ constexpr size_t cameraCacheBytes = 48 << 20;
 constexpr int joinedSamples = 16;
 constexpr MediaTime nearby{333'000};
 /// Enough for what is decoded ahead, so that an edit while playing finds it again.
-constexpr size_t mostMade = 20;
-constexpr size_t mostMadeBytes = 96 << 20;
-constexpr size_t mostSpare = 3;
+constexpr size_t maxMade = 20;
+constexpr size_t maxMadeBytes = 96 << 20;
+constexpr size_t maxSpare = 3;
 
 } // namespace
 
@@ -55,7 +55,7 @@ void PictureMaker::openTracks()
         m_made.clear();
     };
     // More than cores, because a picture waits for rows of the one it refers to.
-    const int screenThreads = std::clamp(2 * int(std::thread::hardware_concurrency()), 2, mostScreenThreads);
+    const int screenThreads = std::clamp(2 * int(std::thread::hardware_concurrency()), 2, maxScreenThreads);
     const Composition* composition = m_item ? m_item->composition.get() : nullptr;
     follow(m_screen, composition ? &composition->screen : nullptr, screenThreads, screenCacheBytes);
     follow(m_camera, composition && composition->camera ? &*composition->camera : nullptr, cameraThreads,
@@ -164,8 +164,8 @@ void PictureMaker::getInStep(const PictureMoment& moment, const Stop& stop) { (v
 std::shared_ptr<QImage> PictureMaker::freshImage(QSize size)
 {
     const size_t bytes = size_t(size.width()) * size_t(size.height()) * 4;
-    while (m_made.size() >= mostMade || m_made.size() * bytes > mostMadeBytes) {
-        if (m_made.back().image.use_count() == 1 && m_spare.size() < mostSpare)
+    while (m_made.size() >= maxMade || m_made.size() * bytes > maxMadeBytes) {
+        if (m_made.back().image.use_count() == 1 && m_spare.size() < maxSpare)
             m_spare.push_back(std::move(m_made.back().image));
         m_made.pop_back();
     }

@@ -164,7 +164,7 @@ bool PicturePump::attend()
     return false;
 }
 
-/// While somebody scrubs, a picture that was decoded before is shown at once when it is nearer than the one on show.
+/// While a person scrubs, a picture that was decoded before is shown at once when it is nearer than the one on show.
 void PicturePump::showNearby(const Order& order, const PictureMoment& wanted)
 {
     if (std::exchange(m_attended, order.epoch) == order.epoch)
@@ -219,7 +219,7 @@ void PicturePump::settle()
         refine([this] { return isInterrupted() || playingRate(); });
 }
 
-/// Where to go on when the clock is past `time`: what nobody will see any more need not be made.
+/// Where to go on when the clock is past `time`: what is not shown any more need not be made.
 MediaTime PicturePump::caughtUp(MediaTime time)
 {
     if (!playingRate())

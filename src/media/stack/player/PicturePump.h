@@ -31,7 +31,7 @@ public:
     void begin(Order order);
     void goAhead(); ///< Makes what follows, too.
     void setRunning(bool running, double rate);
-    void setBox(QSize pixels); ///< What to fit pictures into; empty when nobody looks, and then none are made.
+    void setBox(QSize pixels); ///< What to fit pictures into; empty while they are hidden, and then none are made.
 
 private:
     void run();

@@ -4,7 +4,7 @@
 
 namespace kelmo {
 
-/// Plays an edit: sound out of the machine, pictures to whoever looks, both by one clock, which is the sound's. The
+/// Plays an edit: sound out of the machine, pictures to the view, both by one clock, which is the sound's. The
 /// item can be exchanged at any moment; the shown picture stays until the new one's is there, and where the new edit
 /// goes on as the old one plays, nothing breaks off. Main thread only, and no function of it waits for media. Owns
 /// four threads, which end with it.
@@ -37,7 +37,7 @@ public:
     void setRate(double rate);
     void setMuted(bool muted);
 
-    /// Pictures are made to fit this many device pixels; empty when nobody looks, and then none are made.
+    /// Pictures are made to fit this many device pixels; empty while hidden, and then none are made.
     void setPictureBox(QSize pixels);
     /// The picture on show; null before the first.
     [[nodiscard]] std::shared_ptr<const QImage> picture() const { return m_parts.presenter.shown().image; }

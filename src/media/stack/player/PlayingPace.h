@@ -4,7 +4,7 @@ namespace kelmo {
 
 /// Which pictures of an edit are made while it plays.
 struct PictureDensity {
-    int stride = 1; ///< Of the steps of the grid, every which one is shown.
+    int stride = 1; ///< Shows every n-th step of the grid.
     bool referencesOnly = false; ///< Where a picture is one that no other refers to, the one before it stays.
     bool keysOnly = false;
 
@@ -21,7 +21,7 @@ public:
     /// A picture was ready `lateMs` after its time was over; negative before that.
     void note(double lateMs, double nowMs);
 
-    /// At this rate nobody sees more than this.
+    /// At this rate more than this cannot be seen.
     [[nodiscard]] PictureDensity density(double rate) const;
 
 private:

@@ -228,7 +228,7 @@ std::shared_ptr<SoundDevice::Line> SoundDevice::timerLine(State& state)
     return line;
 }
 
-/// Makes `line` the one that plays, before the old one is let go, which may take long.
+/// Makes `line` the one that plays, before the old one is released, which may take long.
 void SoundDevice::use(State& state, std::shared_ptr<Line> line, Lock& lock)
 {
     state.ring->activate(line->feed);

@@ -12,7 +12,7 @@ namespace {
 constexpr int channels = AudioOutput::channels;
 constexpr int64_t capacity = AudioOutput::rate * 4 / 10;
 constexpr size_t fadeFrames = AudioOutput::rate / 200;
-constexpr size_t mostMarks = 400;
+constexpr size_t maxMarks = 400;
 
 MediaTime timeOf(double editedFrame) { return {int64_t(editedFrame * 1e6 / AudioOutput::rate)}; }
 
@@ -88,7 +88,7 @@ void SoundRing::cutAt(int64_t frame)
         const size_t gone = m_blocks.size() == 1 ? m_offset : 0;
         if (fitting > double(gone)) {
             last.samples.resize(size_t(fitting) * channels);
-            // Sound at the playing rate goes on to the sample, any other is begun anew.
+            // Sound at the playing rate goes on to the sample, any other begins again.
             if (last.editedPerFrame != 1) {
                 const auto fading = std::min<int64_t>(int64_t(fadeFrames), int64_t(fitting));
                 fadeOut(last.samples.data() + last.samples.size() - size_t(fading) * channels, fading);
@@ -179,7 +179,7 @@ int64_t SoundRing::givenTo(const Feed& feed) const
 void SoundRing::mark(int64_t first, int64_t frames, double editedFrame, double editedPerFrame)
 {
     m_marks.push_back({first, frames, editedFrame, editedPerFrame});
-    if (m_marks.size() > mostMarks)
+    if (m_marks.size() > maxMarks)
         m_marks.pop_front();
 }
 

@@ -10,7 +10,7 @@ namespace kelmo {
 namespace {
 
 constexpr int64_t aheadFrames = 960;
-constexpr int64_t mostFrames = 4800;
+constexpr int64_t maxFrames = 4800;
 constexpr auto period = std::chrono::milliseconds(8);
 
 } // namespace
@@ -62,7 +62,7 @@ AudioOutput::Position TimerOutput::position() const
 
 void TimerOutput::run()
 {
-    std::vector<float> dropped(size_t(mostFrames) * channels);
+    std::vector<float> dropped(size_t(maxFrames) * channels);
     std::unique_lock lock(m_mutex);
     while (!m_ending) {
         if (!m_running) {
@@ -71,13 +71,13 @@ void TimerOutput::run()
         }
         const int64_t missing = due(MonotonicClock::nowMs()) + aheadFrames - m_pulled;
         if (missing > 0) {
-            const auto frames = int(std::min(missing, mostFrames));
+            const auto frames = int(std::min(missing, maxFrames));
             lock.unlock();
             m_pull(dropped.data(), frames);
             lock.lock();
             m_pulled += frames;
         }
-        if (missing < mostFrames)
+        if (missing < maxFrames)
             m_changed.wait_for(lock, period);
     }
 }

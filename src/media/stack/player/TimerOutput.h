@@ -8,7 +8,7 @@
 
 namespace kelmo {
 
-/// An ideal device that nobody hears: pulls sound at exactly 48 kHz by the monotonic clock and drops it. Owns a thread,
+/// An ideal device without sound: pulls sound at exactly 48 kHz by the monotonic clock and drops it. Owns a thread,
 /// which ends with the object.
 class TimerOutput final : public AudioOutput {
 public:

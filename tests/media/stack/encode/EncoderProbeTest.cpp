@@ -58,10 +58,10 @@ TEST_F(EncoderProbeTest, askOfAProgramThatComesToGriefIsARefusal)
         ASSERT_FALSE(asked) << script;
         EXPECT_EQ(userText(asked.error()), QString::fromUtf8(reason)) << script;
     }
-    const Result<void> nobody
+    const Result<void> missing
         = EncoderProbe::ask(QStringLiteral("/nowhere"), encodersFor(VideoCodec::H264).front(), smallEncoding(), 30s);
-    ASSERT_FALSE(nobody);
-    EXPECT_TRUE(userText(nobody.error()).startsWith(QStringLiteral("h264_nvenc can’t be tried: ")));
+    ASSERT_FALSE(missing);
+    EXPECT_TRUE(userText(missing.error()).startsWith(QStringLiteral("h264_nvenc can’t be tried: ")));
 }
 
 TEST_F(EncoderProbeTest, askOfAProgramThatHangsEndsInTime)

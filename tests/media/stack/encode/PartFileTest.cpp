@@ -77,7 +77,7 @@ TEST_F(PartFileTest, createRemovesWhatWasLeftBehindAndNothingElse)
     write(QStringLiteral(".old.mp4.part"), "half", 25);
     write(QStringLiteral(".recent.mp4.part"), "half", 0);
     write(QStringLiteral("old.mp4"), "whole", 48);
-    write(QStringLiteral(".old.txt"), "somebody's", 48);
+    write(QStringLiteral(".old.txt"), "another's", 48);
     ASSERT_TRUE(QFile::link(QStringLiteral("old.mp4"), file(QStringLiteral(".link.mp4.part"))));
 
     const Result<std::unique_ptr<PartFile>> next = PartFile::create(file(QStringLiteral("next.mp4")));

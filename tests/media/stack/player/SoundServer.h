@@ -5,7 +5,7 @@
 
 namespace kelmo {
 
-/// A PulseAudio daemon of the test's own, with one sink that nobody hears and whose sound can be recorded. While it
+/// A PulseAudio daemon of the test's own, with one silent sink, whose sound can be recorded. While it
 /// lives, the process's sound goes there. Owned by the test; main thread only.
 class SoundServer {
 public:
