@@ -7,7 +7,7 @@ namespace kelmo {
 
 namespace {
 
-using Outcome = tl::expected<LaterJson, RPCError>;
+using Outcome = tl::expected<DeferredJson, RPCError>;
 
 // The first is what a client gets that asks for another one, or for none.
 const QStringList& protocolVersions()
@@ -24,7 +24,7 @@ QString instructions()
                           "EDITED time (after cuts). Call get_transcript first.");
 }
 
-LaterJson initialize(const QJsonObject& params)
+DeferredJson initialize(const QJsonObject& params)
 {
     const QString wanted = params.value(u"protocolVersion").toString();
     const QString version = protocolVersions().contains(wanted) ? wanted : protocolVersions().first();
@@ -64,9 +64,9 @@ QCoro::Task<Outcome> MCPProtocol::dispatch(ToolContext context, JsonRpc::Request
     if (request.method == QLatin1String("initialize"))
         co_return initialize(request.params);
     if (request.method == QLatin1String("ping"))
-        co_return LaterJson([] { return QByteArray("{}"); });
+        co_return DeferredJson([] { return QByteArray("{}"); });
     if (request.method == QLatin1String("tools/list"))
-        co_return LaterJson(ToolCatalogue::json);
+        co_return DeferredJson(ToolCatalogue::json);
     if (request.method == QLatin1String("tools/call"))
         co_return co_await callTool(context, request.params);
     co_return tl::unexpected(RPCError{RPCError::methodNotFound, QStringLiteral("Method not found: ") % request.method});

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "agent/DeferredJson.h"
 #include "agent/JsonRpc.h"
-#include "agent/LaterJson.h"
 #include "agent/ToolContext.h"
 
 namespace kelmo {
@@ -12,7 +12,7 @@ namespace MCPProtocol {
 
 /// Carries out one method. A tool that fails answers with a result that says so; only a method, a tool or arguments
 /// that are wrong are an error.
-QCoro::Task<tl::expected<LaterJson, RPCError>> dispatch(ToolContext context, JsonRpc::Request request);
+QCoro::Task<tl::expected<DeferredJson, RPCError>> dispatch(ToolContext context, JsonRpc::Request request);
 
 } // namespace MCPProtocol
 

@@ -11,7 +11,7 @@ namespace kelmo {
 
 namespace {
 
-using Outcome = tl::expected<LaterJson, RPCError>;
+using Outcome = tl::expected<DeferredJson, RPCError>;
 
 const QByteArray jsonType("application/json");
 constexpr qsizetype maxLoggedName = 64;
@@ -103,7 +103,7 @@ QCoro::Task<> MCPServer::answer(quint64 connection, JsonRpc::Request request)
     });
 }
 
-void MCPServer::reply(quint64 connection, LaterJson response)
+void MCPServer::reply(quint64 connection, DeferredJson response)
 {
     QMetaObject::invokeMethod(m_listener, [listener = m_listener, connection, response = std::move(response)] {
         listener->send(connection, 200, response(), jsonType);

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "agent/DeferredJson.h"
 #include "agent/HTTPLimits.h"
 #include "agent/HTTPRequest.h"
 #include "agent/JsonRpc.h"
-#include "agent/LaterJson.h"
 #include "agent/ToolContext.h"
 
 #include <QObject>
@@ -34,7 +34,7 @@ private:
     void receive(quint64 connection, const HTTPRequest& request);
     void handleBody(quint64 connection, const QByteArray& body);
     QCoro::Task<> answer(quint64 connection, JsonRpc::Request request);
-    void reply(quint64 connection, LaterJson response);
+    void reply(quint64 connection, DeferredJson response);
 
     const ToolContext m_context;
     const quint16 m_port;

@@ -15,7 +15,7 @@ QJsonObject textItem(const QString& text)
 
 } // namespace
 
-LaterJson ToolResult::text(LaterJson document)
+DeferredJson ToolResult::text(DeferredJson document)
 {
     return [document = std::move(document)] {
         const QByteArray quoted = JsonText::quoted(document());
@@ -23,12 +23,12 @@ LaterJson ToolResult::text(LaterJson document)
     };
 }
 
-LaterJson ToolResult::text(const QJsonObject& document)
+DeferredJson ToolResult::text(const QJsonObject& document)
 {
     return text([document] { return JsonText::object(document); });
 }
 
-LaterJson ToolResult::error(const QString& message)
+DeferredJson ToolResult::error(const QString& message)
 {
     return [message] {
         return JsonText::object({{QStringLiteral("content"), QJsonArray{textItem(QStringLiteral("Error: ") % message)}},
@@ -36,7 +36,7 @@ LaterJson ToolResult::error(const QString& message)
     };
 }
 
-LaterJson ToolResult::picture(const QByteArray& png, const QString& caption)
+DeferredJson ToolResult::picture(const QByteArray& png, const QString& caption)
 {
     return [png, caption] {
         const QJsonObject image{{QStringLiteral("type"), QStringLiteral("image")},

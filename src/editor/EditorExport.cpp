@@ -110,7 +110,7 @@ QFuture<Result<ExportReport>> Editor::startExport(
         });
     };
     return QtConcurrent::run(&m_lanes.exporting, [settings, path, progress, edit, cancelled = m_exportCancelled] {
-        lowerThreadPriority(Behind::AStep);
+        lowerThreadPriority(ThreadPriority::BelowUi);
         return Exporter::run(edit, settings, path, progress, *cancelled);
     });
 }

@@ -67,7 +67,7 @@ void Editor::open(const QString& path, Opener opener)
         return;
     // The movies' tables are read on a worker while the words are read here.
     const auto loading = QtConcurrent::run(&m_lanes.opening, [files = *take] {
-        lowerThreadPriority(Behind::AStep);
+        lowerThreadPriority(ThreadPriority::BelowUi);
         return LoadedTake::load(files);
     });
     take->readWords();

@@ -27,7 +27,7 @@ FrameGrabs::~FrameGrabs() { drop(); }
 QFuture<Result<QByteArray>> FrameGrabs::png(std::shared_ptr<const Built> built, double atEditedMs, double maxWidth)
 {
     return QtConcurrent::run(&m_workers, [=, dropped = m_dropped]() -> Result<QByteArray> {
-        lowerThreadPriority(Behind::AStep);
+        lowerThreadPriority(ThreadPriority::BelowUi);
         if (*dropped)
             return tl::unexpected(closedTake());
         Result<QByteArray> png = FrameGrab::png(*built, atEditedMs, maxWidth, [dropped] { return dropped->load(); });

@@ -66,7 +66,7 @@ void TranscriptWatch::look()
             m_seen = {}; // Some other file of the take is being replaced: the next round looks again.
     });
     reading->setFuture(QtConcurrent::run(&m_workers, [dir = m_take.dir, base = m_take.base]() -> Result<Take> {
-        lowerThreadPriority(Behind::AStep);
+        lowerThreadPriority(ThreadPriority::BelowUi);
         return Take::load(dir, base);
     }));
 }

@@ -12,20 +12,20 @@ constexpr int cameraThreads = 1;
 
 std::vector<int> entriesOf(const std::vector<PlannedFrame>& plan, int PlannedFrame::*entry)
 {
-    std::vector<int> displays;
+    std::vector<int> frames;
     for (const PlannedFrame& frame : plan) {
         if (frame.*entry != PlannedFrame::none)
-            displays.push_back(frame.*entry);
+            frames.push_back(frame.*entry);
     }
-    return displays;
+    return frames;
 }
 
-Result<FrameSequence> openSequence(const CompositionTrack& track, std::vector<int> displays, int threads)
+Result<FrameSequence> openSequence(const CompositionTrack& track, std::vector<int> frames, int threads)
 {
     Result<std::unique_ptr<VideoDecoder>> decoder = VideoDecoder::open(track.asset, *track.track, threads);
     if (!decoder)
         return tl::unexpected(decoder.error());
-    return FrameSequence(std::move(*decoder), std::move(displays));
+    return FrameSequence(std::move(*decoder), std::move(frames));
 }
 
 Error outOfMemory() { return {QStringLiteral("Export"), 4, QStringLiteral("There is not enough memory to export")}; }

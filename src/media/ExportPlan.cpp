@@ -21,9 +21,9 @@ std::vector<PlannedFrame> ExportPlan::onGrid(const Composition& composition, int
             return frames;
         PlannedFrame frame;
         frame.pts = time.ticksNearest(VideoEncoder::timeBase);
-        frame.screen = composition.screen.displayAt(time).value_or(PlannedFrame::none);
+        frame.screen = composition.screen.frameAt(time).value_or(PlannedFrame::none);
         if (composition.camera)
-            frame.camera = composition.camera->displayAt(time).value_or(PlannedFrame::none);
+            frame.camera = composition.camera->frameAt(time).value_or(PlannedFrame::none);
         frames.push_back(frame);
     }
 }
@@ -41,10 +41,10 @@ std::vector<PlannedFrame> ExportPlan::ownFrames(const Composition& composition)
         fillGap(segment.at);
         const ExactTime start = ExactTime::of(segment.source.start);
         const ExactTime end = ExactTime::of(segment.source.end());
-        frames.push_back({.pts = ticks(segment.at), .screen = index.displayAt(start).value_or(PlannedFrame::none)});
-        const int last = index.displayAfter(end);
-        for (int display = index.displayAfter(start); display < last; ++display) {
-            const MediaTime shown = fromTicks(index.displays()[size_t(display)].present, index.timeBase());
+        frames.push_back({.pts = ticks(segment.at), .screen = index.frameAt(start).value_or(PlannedFrame::none)});
+        const int last = index.frameAfter(end);
+        for (int display = index.frameAfter(start); display < last; ++display) {
+            const MediaTime shown = fromTicks(index.frames()[size_t(display)].present, index.timeBase());
             if (shown >= segment.source.end())
                 break;
             frames.push_back({.pts = ticks(segment.at + (shown - segment.source.start)), .screen = display});

@@ -13,7 +13,7 @@ namespace {
 size_t maxStockBytes(Codec codec) { return codec == Codec::Hevc ? 25'000'000 : 100'000'000; }
 
 /// The same in pictures of a size: at least what evens out small hiccups.
-size_t stockOf(Codec codec, Exporter::Size size)
+size_t queueDepth(Codec codec, Exporter::Size size)
 {
     const size_t bytes = size_t(size.width) * size_t(size.height) * 3 / 2;
     return std::clamp<size_t>(maxStockBytes(codec) / std::max<size_t>(bytes, 1), 6, 60);
@@ -34,8 +34,8 @@ ExportRun::ExportRun(std::shared_ptr<const Built> built, const ExportSettings& s
     , m_size(size)
     , m_progress(progress)
     , m_cancelled(cancelled)
-    , m_screen(stockOf(settings.codec, size))
-    , m_camera(stockOf(settings.codec, size))
+    , m_screen(queueDepth(settings.codec, size))
+    , m_camera(queueDepth(settings.codec, size))
 {
     if (m_settings.engine == ExportSettings::Engine::Session)
         m_settings.fps = sessionFps;

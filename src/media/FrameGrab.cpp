@@ -28,7 +28,7 @@ Result<VideoFrame> screenAt(const Built& built, ExactTime time, const FrameGrab:
     const CompositionTrack& screen = built.composition.screen;
     const int width = built.loaded->renderWidth;
     const int height = built.loaded->renderHeight;
-    const std::optional<int> display = screen.displayAt(time);
+    const std::optional<int> display = screen.frameAt(time);
     if (!display)
         return FramePool(width, height).black(screen.track->color.completed(height));
     Result<VideoFrame> frame = decoded(built, screen, *display, stop);
@@ -47,7 +47,7 @@ Result<VideoFrame> FrameGrab::picture(const Built& built, double editedMs, const
     const std::optional<CompositionTrack>& camera = built.composition.camera;
     if (!screen || !camera)
         return screen;
-    const std::optional<int> display = camera->displayAt(time);
+    const std::optional<int> display = camera->frameAt(time);
     if (!display)
         return screen;
     Result<VideoFrame> frame = decoded(built, *camera, *display, stop);

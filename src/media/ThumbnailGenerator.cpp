@@ -58,19 +58,19 @@ std::optional<Thumbnail> ThumbnailGenerator::keyPicture(double ms)
 {
     if (!open())
         return std::nullopt;
-    const std::vector<SampleIndex::Display>& displays = m_movie.track->index.displays();
+    const std::vector<SampleIndex::PresentedFrame>& frames = m_movie.track->index.frames();
     int display = cheapest(ms);
-    const int32_t key = displays[size_t(display)].key;
+    const int32_t key = frames[size_t(display)].key;
     if (m_decoder->costOf(display) <= fewSamples)
         return std::nullopt;
-    while (display >= 0 && displays[size_t(display)].sample != key)
+    while (display >= 0 && frames[size_t(display)].sample != key)
         --display;
     if (display < 0)
         return std::nullopt; // The edit list leaves it out.
     const Result<QImage> picture = decoded(display);
     if (!picture)
         return std::nullopt;
-    return Thumbnail{*picture, fromTicks(displays[size_t(display)].present, m_movie.track->index.timeBase()).ms()};
+    return Thumbnail{*picture, fromTicks(frames[size_t(display)].present, m_movie.track->index.timeBase()).ms()};
 }
 
 Result<QImage> ThumbnailGenerator::decoded(int display)
@@ -95,12 +95,12 @@ int ThumbnailGenerator::cheapest(double ms) const
     const MediaTime tolerance = MediaTime::fromMs(toleranceMs);
     const int64_t asked = moment.ticksNearest(index.timeBase());
     const auto rank = [&](int display) {
-        const int64_t away = std::abs(index.displays()[size_t(display)].present - asked);
+        const int64_t away = std::abs(index.frames()[size_t(display)].present - asked);
         return std::pair(m_decoder->costOf(display), away);
     };
-    int best = index.displayAt(moment).value_or(0);
-    const int end = index.displayAfter(moment.movedBy(tolerance));
-    for (int display = index.displayAfter(moment.movedBy({-tolerance.us})); display < end; ++display) {
+    int best = index.frameAt(moment).value_or(0);
+    const int end = index.frameAfter(moment.movedBy(tolerance));
+    for (int display = index.frameAfter(moment.movedBy({-tolerance.us})); display < end; ++display) {
         if (rank(display) < rank(best))
             best = display;
     }

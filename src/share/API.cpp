@@ -85,7 +85,7 @@ Result<HttpRequest> withBody(Result<HttpRequest> request, const QByteArray& cont
     return request;
 }
 
-QCoro::Task<Result<QJsonObject>> putPartOf(API api, QString path, HttpBody part, SharePace pace)
+QCoro::Task<Result<QJsonObject>> putPartOf(API api, QString path, HttpBody part, ShareTimeouts pace)
 {
     for (int attempt = 1;; ++attempt) {
         QCoro::Task<Result<QJsonObject>> sending = api.put(path, "application/octet-stream", part);
@@ -152,7 +152,7 @@ QCoro::Task<Result<QJsonObject>> API::put(
 }
 
 QCoro::Task<Result<QJsonObject>> API::putPart(
-    const QString& id, qint64 n, const HttpBody& part, const SharePace& pace) const
+    const QString& id, qint64 n, const HttpBody& part, const ShareTimeouts& pace) const
 {
     return putPartOf(*this, sharePath(id, QStringLiteral("parts/") % QString::number(n)), part, pace);
 }

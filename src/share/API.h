@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/http/HttpClient.h"
-#include "share/SharePace.h"
+#include "share/ShareTimeouts.h"
 
 #include <QCoroTask>
 #include <QJsonObject>
@@ -35,7 +35,7 @@ public:
 
     /// Uploads part `n` of a share, in at most three attempts.
     [[nodiscard]] QCoro::Task<Result<QJsonObject>> putPart(
-        const QString& id, qint64 n, const HttpBody& part, const SharePace& pace) const;
+        const QString& id, qint64 n, const HttpBody& part, const ShareTimeouts& pace) const;
 
     /// The path of what `below` names in a share.
     [[nodiscard]] static QString sharePath(const QString& id, const QString& below);

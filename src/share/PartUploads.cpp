@@ -16,7 +16,7 @@ API through(API api, HttpClient& client)
 
 } // namespace
 
-PartUploads::PartUploads(API api, QString id, qint64 partSize, const SharePace& pace)
+PartUploads::PartUploads(API api, QString id, qint64 partSize, const ShareTimeouts& pace)
     : m_client(pace.requestTimeout)
     , m_api(through(std::move(api), m_client))
     , m_id(std::move(id))

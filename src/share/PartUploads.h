@@ -14,7 +14,7 @@ class PartUploads : public QObject {
     Q_OBJECT
 
 public:
-    PartUploads(API api, QString id, qint64 partSize, const SharePace& pace);
+    PartUploads(API api, QString id, qint64 partSize, const ShareTimeouts& pace);
 
     /// The server's replies in the order in which they came. The first part that fails for good ends the others and is
     /// the failure. To be called once, by a caller who keeps this object until it is over; fails after `abort`.
@@ -32,7 +32,7 @@ private:
     const API m_api;
     const QString m_id;
     const qint64 m_partSize;
-    const SharePace m_pace;
+    const ShareTimeouts m_pace;
     qint64 m_next = 1;
     qint64 m_sent = 0;
     QJsonArray m_replies;

@@ -44,7 +44,7 @@ QByteArray posterOf(const Built& edit)
 
 } // namespace
 
-ShareUpload::ShareUpload(Editor& editor, Order order, const SharePace& pace)
+ShareUpload::ShareUpload(Editor& editor, Order order, const ShareTimeouts& pace)
     : m_editor(&editor)
     , m_pace(pace)
     , m_client(pace.requestTimeout)

@@ -23,7 +23,7 @@ public:
     };
 
     /// Exports what the editor holds when `run` is called.
-    ShareUpload(Editor& editor, Order order, const SharePace& pace);
+    ShareUpload(Editor& editor, Order order, const ShareTimeouts& pace);
 
     /// Succeeds when the link plays. To be called once; the caller shares this object until it is done.
     [[nodiscard]] QCoro::Task<Result<void>> run();
@@ -45,7 +45,7 @@ private:
     void announce(double exportedMs);
 
     const QPointer<Editor> m_editor;
-    const SharePace m_pace;
+    const ShareTimeouts m_pace;
     HttpClient m_client; ///< For everything but the parts, which have their own,
     HttpClient m_reportClient; ///< and the reports, which are given up when they take too long.
     const Order m_order;

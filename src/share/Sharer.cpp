@@ -32,7 +32,7 @@ bool tellsSignedOut(const AccountStore::Lookup& lookup)
 
 } // namespace
 
-Sharer::Sharer(Editor& editor, const SharePace& pace)
+Sharer::Sharer(Editor& editor, const ShareTimeouts& pace)
     : m_editor(editor)
     , m_pace(pace)
     , m_testRun(qEnvironmentVariableIsSet("KELMO_NO_AUTOSHARE"))

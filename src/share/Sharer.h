@@ -36,7 +36,7 @@ public:
     };
 
     /// Requires: the editor outlives the sharer.
-    explicit Sharer(Editor& editor, const SharePace& pace = {});
+    explicit Sharer(Editor& editor, const ShareTimeouts& pace = {});
     ~Sharer() override;
 
     // What a view shows. `changed` tells when any of it is another.
@@ -136,7 +136,7 @@ private:
     [[nodiscard]] static std::optional<Record> loadRecord(const Take& take);
 
     Editor& m_editor;
-    const SharePace m_pace;
+    const ShareTimeouts m_pace;
     const bool m_testRun; ///< No account is looked up and nothing is shared unasked.
     HttpClient m_client;
     AccountStore m_accounts;

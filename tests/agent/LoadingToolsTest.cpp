@@ -31,7 +31,7 @@ protected:
                 "1"});
     }
 
-    static QJsonObject resultOf(const tl::expected<LaterJson, RPCError>& outcome)
+    static QJsonObject resultOf(const tl::expected<DeferredJson, RPCError>& outcome)
     {
         EXPECT_TRUE(outcome);
         return outcome ? QJsonDocument::fromJson((*outcome)()).object() : QJsonObject();

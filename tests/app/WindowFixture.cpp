@@ -40,13 +40,19 @@ void WindowFixture::start(CommandLine commandLine)
     ASSERT_TRUE(commandLine.background || QTest::qWaitForWindowActive(m_app->window()));
 }
 
+void WindowFixture::makeTake(int seconds) const
+{
+    m_takes.makeMovie(QStringLiteral("talk"), seconds);
+    m_takes.writeTranscript(QStringLiteral("talk"), words(), TakeFolder::Aligned::Yes);
+    m_takes.writeSync(QStringLiteral("talk"));
+}
+
+void WindowFixture::makeLongTake() const { makeTake(600); }
+
 void WindowFixture::launch(CommandLine commandLine)
 {
-    if (!QFileInfo::exists(m_takes.movie(QStringLiteral("talk")))) {
-        m_takes.makeMovie(QStringLiteral("talk"), 10);
-        m_takes.writeTranscript(QStringLiteral("talk"), words(), TakeFolder::Aligned::Yes);
-        m_takes.writeSync(QStringLiteral("talk"));
-    }
+    if (!QFileInfo::exists(m_takes.movie(QStringLiteral("talk"))))
+        makeTake(10);
     start(commandLine);
     ASSERT_TRUE(commandLine.background || waitUntil([this] { return editor().loaded() != nullptr; }));
 }

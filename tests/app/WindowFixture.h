@@ -20,6 +20,8 @@ protected:
     /// Starts the program and waits until its window is up and, if there is to be one, its take is loaded.
     void launch(CommandLine commandLine = {});
     void launchWithoutTakes();
+    /// Makes the take of the next launch() one whose export takes a while, and whose words are at its start.
+    void makeLongTake() const;
     void quit();
 
     /// Presses and releases a key as the window system would.
@@ -48,6 +50,7 @@ protected:
     quint16 m_port = 0; ///< Of the agent server.
 
 private:
+    void makeTake(int seconds) const;
     void start(CommandLine commandLine);
 };
 

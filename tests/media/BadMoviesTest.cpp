@@ -60,7 +60,7 @@ std::function<void(QByteArray&)> both(
 std::function<void(QByteArray&)> flipped(const char* inside, unsigned seed, int count)
 {
     return [=](QByteArray& bytes) {
-        const qsizetype from = bytes.indexOf(inside) + 12; // Behind a wide size.
+        const qsizetype from = bytes.indexOf(inside) + 12; // ThreadPriority a wide size.
         const bool media = qstrcmp(inside, "mdat") == 0;
         const qsizetype to = media ? bytes.indexOf("moov") - 4 : bytes.size();
         std::minstd_rand random(seed);

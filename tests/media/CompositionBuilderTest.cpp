@@ -196,10 +196,10 @@ TEST(BuildingFiles, buildHoldsTheLastPictureAndLeavesTheStretchBeforeTheFirstEmp
     const std::shared_ptr<const Built> built = take.build({{0, 4000}});
     EXPECT_EQ(built->composition.duration, fromMs(4000));
     const CompositionTrack& screen = built->composition.screen;
-    EXPECT_EQ(screen.displayAt(ExactTime::of(fromMs(499))), std::nullopt);
-    EXPECT_EQ(screen.displayAt(ExactTime::of(fromMs(500))), 0);
-    EXPECT_EQ(screen.displayAt(ExactTime::of(fromMs(2490))), 59);
-    EXPECT_EQ(screen.displayAt(ExactTime::of(fromMs(3999))), 59);
+    EXPECT_EQ(screen.frameAt(ExactTime::of(fromMs(499))), std::nullopt);
+    EXPECT_EQ(screen.frameAt(ExactTime::of(fromMs(500))), 0);
+    EXPECT_EQ(screen.frameAt(ExactTime::of(fromMs(2490))), 59);
+    EXPECT_EQ(screen.frameAt(ExactTime::of(fromMs(3999))), 59);
 }
 
 TEST(BuildingFiles, buildJudgesTheSoundsStartAfterPriming)

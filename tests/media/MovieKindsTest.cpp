@@ -185,17 +185,17 @@ protected:
     /// The middle of what an entry of the display list shows.
     [[nodiscard]] double middleMs(int display) const
     {
-        const auto& displays = index().displays();
-        const int64_t start = displays[size_t(display)].present;
-        const bool isLast = display + 1 == int(displays.size());
-        const int64_t end = isLast ? index().presentEnd() : displays[size_t(display) + 1].present;
+        const auto& frames = index().frames();
+        const int64_t start = frames[size_t(display)].present;
+        const bool isLast = display + 1 == int(frames.size());
+        const int64_t end = isLast ? index().presentEnd() : frames[size_t(display) + 1].present;
         return (fromTicks(start, index().timeBase()).ms() + fromTicks(end, index().timeBase()).ms()) / 2;
     }
 
     /// The number that ffmpeg decodes there. Frames at the start that lack what they refer to show the next one.
     [[nodiscard]] int expectedNumber(int display) const
     {
-        const int lost = int(index().displays().size()) - int(m_numbers.size());
+        const int lost = int(index().frames().size()) - int(m_numbers.size());
         return m_numbers[size_t(std::max(0, display - lost))];
     }
 
@@ -216,7 +216,7 @@ TEST_P(MovieKinds, grabPreviewAndExportShowWhatFfmpegDecodes)
 {
     load();
     ASSERT_FALSE(HasFatalFailure());
-    const int count = int(index().displays().size());
+    const int count = int(index().frames().size());
     ASSERT_GE(count, int(m_numbers.size()));
     ASSERT_LE(count, int(m_numbers.size()) + 4);
     // Backwards, so that every grab seeks.
@@ -260,7 +260,7 @@ TEST_P(MovieKinds, webcamOfItsKindShowsTheFace)
     files.webcamOffsetMs = 100;
     const LoadedTake::Opened loaded = LoadedTake::load(files);
     ASSERT_TRUE(loaded) << qPrintable(loaded ? QString() : userText(loaded.error()));
-    const int display = int(index().displays().size()) / 4;
+    const int display = int(index().frames().size()) / 4;
     const double ms = middleMs(display) + files.webcamOffsetMs;
     const QImage image = grabbed(CompositionBuilder::build(*loaded, {{ms, ms + 500}}), 0);
     const FaceCircle circle = FaceCircle::in(image.width(), image.height());

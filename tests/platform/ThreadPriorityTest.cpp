@@ -20,7 +20,7 @@ TEST(ThreadPriority, reachesTheThreadAndThoseItStartsAndNobodyElse)
     int lowered = before;
     int inherited = before;
     std::thread([&] {
-        lowerThreadPriority(Behind::AStep);
+        lowerThreadPriority(ThreadPriority::BelowUi);
         lowered = niceness();
         std::thread([&] { inherited = niceness(); }).join();
     }).join();

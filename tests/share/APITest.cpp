@@ -124,7 +124,7 @@ TEST_F(APITest, abortEndsWhatIsUnderWayAndWhatComesAfter)
 TEST_F(APITest, abortEndsTheWaitBetweenTwoAttempts)
 {
     m_server->setScript([](const ShareServer::Request&) { return Handling{Fault::Status, 500}; });
-    SharePace pace;
+    ShareTimeouts pace;
     pace.retryWait = std::chrono::hours(1);
     QCoro::Task<Result<QJsonObject>> putting = api().putPart(text("1"), 1, {"x"}, pace);
     QTimer poll;

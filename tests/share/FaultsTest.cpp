@@ -112,7 +112,7 @@ TEST_P(Faults, randomSchedulesEndInALinkThatPlaysOrOneSentence)
 {
     startServer(1500);
     configure();
-    SharePace pace;
+    ShareTimeouts pace;
     pace.requestTimeout = std::chrono::milliseconds(200);
     pace.retryWait = std::chrono::milliseconds(1);
     pace.exportTick = std::chrono::milliseconds(10);

@@ -126,7 +126,7 @@ TEST_F(ShareFailure, silentServerIsGivenUpInTime)
 {
     startServer();
     configure();
-    SharePace pace = quickPace();
+    ShareTimeouts pace = quickPace();
     pace.requestTimeout = std::chrono::milliseconds(300);
     startSharer(pace);
     openTake();
@@ -277,7 +277,7 @@ TEST_F(ShareFailure, partThatFailsTwiceIsUploadedAtTheThirdAttemptAfterTwoWaits)
         return times.size() > 2 ? Handling() : Handling{times.size() == 1 ? Fault::Drop : Fault::Status};
     });
     m_sharer.reset();
-    SharePace pace = quickPace();
+    ShareTimeouts pace = quickPace();
     pace.retryWait = std::chrono::milliseconds(70);
     startSharer(pace);
     ASSERT_TRUE(share(true));

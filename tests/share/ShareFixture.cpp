@@ -31,7 +31,7 @@ ShareFixture::~ShareFixture()
     QTest::qWait(20);
 }
 
-SharePace ShareFixture::quickPace()
+ShareTimeouts ShareFixture::quickPace()
 {
     using namespace std::chrono_literals;
     return {20s, 5ms, 20ms, 40ms, 500ms};
@@ -51,7 +51,7 @@ void ShareFixture::configure(bool autoShare, const QString& quality) const
     Sharer::save({m_server->endpoint() % QStringLiteral("/"), m_token, autoShare, quality});
 }
 
-void ShareFixture::startSharer(const SharePace& pace)
+void ShareFixture::startSharer(const ShareTimeouts& pace)
 {
     m_sharer = std::make_unique<Sharer>(*m_editor, pace);
     m_editor->onTakeReady = [this](const Take& take) { m_sharer->takeOpened(take); };

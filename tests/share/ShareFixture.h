@@ -16,7 +16,7 @@ protected:
     void startServer(qint64 partSize = 0);
     /// Writes share.json for the server.
     void configure(bool autoShare = false, const QString& quality = QStringLiteral("1080p")) const;
-    void startSharer(const SharePace& pace = quickPace());
+    void startSharer(const ShareTimeouts& pace = quickPace());
     /// Server, configuration, sharer, and a take of a few pictures, opened.
     void startAll(qint64 partSize = 0);
     void openTake(const QString& base = QStringLiteral("talk"), int seconds = 2);
@@ -44,7 +44,7 @@ protected:
     [[nodiscard]] QString clipboard() const;
     [[nodiscard]] QStringList shareLog() const { return logged(QStringLiteral("share")); }
 
-    [[nodiscard]] static SharePace quickPace();
+    [[nodiscard]] static ShareTimeouts quickPace();
 
     const QString m_token = QStringLiteral("sesame-0123456789");
     std::unique_ptr<ShareServer> m_server;

@@ -18,7 +18,7 @@ enum class Kind { Picture, KeyPicture };
 
 std::optional<Thumbnail> make(ThumbnailGenerator& generator, int bucket, Kind kind)
 {
-    lowerThreadPriority(Behind::Far);
+    lowerThreadPriority(ThreadPriority::FarBelowUi);
     const double ms = bucket * Filmstrip::bucketMs;
     if (kind == Kind::KeyPicture)
         return generator.keyPicture(ms);

@@ -133,7 +133,7 @@ TEST_F(PlayerViewTest, exportedPictureIsTheGrabbedOneButForTheCodec)
     const Result<std::shared_ptr<const Asset>> asset = Asset::open(path);
     ASSERT_TRUE(asset);
     const Track& track = (*asset)->tracks().front();
-    const std::optional<int> display = track.index.displayAt(ExactTime::of(MediaTime::fromMs(lookedAtMs)));
+    const std::optional<int> display = track.index.frameAt(ExactTime::of(MediaTime::fromMs(lookedAtMs)));
     Result<std::unique_ptr<VideoDecoder>> decoder = VideoDecoder::open(*asset, track, 1);
     ASSERT_TRUE(decoder && display);
     const Result<VideoFrame> frame = (*decoder)->frame(*display);

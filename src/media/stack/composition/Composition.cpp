@@ -18,10 +18,10 @@ const CompositionSegment* CompositionTrack::segmentAt(ExactTime time) const
     return time.isBefore(segment.place().end()) ? &segment : nullptr;
 }
 
-std::optional<int> CompositionTrack::displayAt(ExactTime time) const
+std::optional<int> CompositionTrack::frameAt(ExactTime time) const
 {
     const CompositionSegment* segment = segmentAt(time);
-    return segment ? track->index.displayAt(sourceTime(*segment, time)) : std::nullopt;
+    return segment ? track->index.frameAt(sourceTime(*segment, time)) : std::nullopt;
 }
 
 ExactTime sourceTime(const CompositionSegment& segment, ExactTime edited)

@@ -29,7 +29,7 @@ struct CompositionTrack {
     [[nodiscard]] const CompositionSegment* segmentAt(ExactTime time) const;
 
     /// The entry of the track's display list shown at a moment: none in a gap, or before the track's first picture.
-    [[nodiscard]] std::optional<int> displayAt(ExactTime time) const;
+    [[nodiscard]] std::optional<int> frameAt(ExactTime time) const;
 };
 
 /// The moment of the source file that a segment shows at a moment of the edited clock.

@@ -2,9 +2,9 @@
 
 #include "media/stack/container/FileKind.h"
 #include "media/stack/container/FrameSize.h"
+#include "media/stack/container/MaskedFileIO.h"
 #include "media/stack/container/OutputOrder.h"
-#include "media/stack/container/SampleListing.h"
-#include "media/stack/container/TableIO.h"
+#include "media/stack/container/PacketScan.h"
 #include "media/stack/container/TrackDescription.h"
 
 #include <QFile>
@@ -140,7 +140,7 @@ std::optional<int> soundFrameSize(const AVCodecParameters& parameters)
 
 /// The samples of the wanted streams from the tables that libav did not get to see.
 std::optional<std::vector<StreamSamples>> tabledSamples(
-    const AVFormatContext& format, const std::set<int>& wanted, const TableIO& io)
+    const AVFormatContext& format, const std::set<int>& wanted, const MaskedFileIO& io)
 {
     std::vector<StreamSamples> listed(format.nb_streams);
     for (const int stream : wanted) {
@@ -148,7 +148,7 @@ std::optional<std::vector<StreamSamples>> tabledSamples(
         if (track == io.boxes().tracks.end())
             return std::nullopt;
         std::optional<StreamSamples> samples
-            = listSamples(track->second, io.size(), soundFrameSize(*format.streams[stream]->codecpar));
+            = readSampleTable(track->second, io.size(), soundFrameSize(*format.streams[stream]->codecpar));
         if (!samples)
             return std::nullopt;
         listed[size_t(stream)] = *std::move(samples);
@@ -158,13 +158,13 @@ std::optional<std::vector<StreamSamples>> tabledSamples(
 
 /// The same by stepping through the file.
 Result<std::vector<StreamSamples>> steppedSamples(
-    AVFormatContext& format, const std::set<int>& wanted, TableIO& io, const QString& path)
+    AVFormatContext& format, const std::set<int>& wanted, MaskedFileIO& io, const QString& path)
 {
     if (io.boxes().hasMovie) {
         format.flags |= AVFMT_FLAG_NOPARSE | AVFMT_FLAG_NOFILLIN;
         io.skipMediaData();
     }
-    std::optional<std::vector<StreamSamples>> listed = listSamples(format, wanted, io.size());
+    std::optional<std::vector<StreamSamples>> listed = scanPackets(format, wanted, io.size());
     if (!listed)
         return tl::unexpected(openError(path, QStringLiteral("it has too many samples")));
     for (const int stream : wanted) {
@@ -175,7 +175,7 @@ Result<std::vector<StreamSamples>> steppedSamples(
 }
 
 /// What the tables leave open of a video stream is read from its media data.
-void settleVideo(AVStream& stream, StreamSamples& listed, TableIO& io)
+void settleVideo(AVStream& stream, StreamSamples& listed, MaskedFileIO& io)
 {
     if (stream.codecpar->codec_type != AVMEDIA_TYPE_VIDEO)
         return;
@@ -202,7 +202,7 @@ Result<std::vector<Track>> describedTracks(const AVFormatContext& format, const 
 /// The tables of a file, by its own ones where that may be; none when it must be stepped through after all.
 Result<std::optional<AssetTables>> readTables(const QString& path, bool byTables)
 {
-    TableIO io(path);
+    MaskedFileIO io(path);
     if (!io.open())
         return tl::unexpected(openError(path, io.reason()));
     if (io.size() == 0)

@@ -1,6 +1,6 @@
 #include "media/stack/container/FrameSize.h"
 
-#include "media/stack/container/TableIO.h"
+#include "media/stack/container/MaskedFileIO.h"
 
 #include <cstdlib>
 
@@ -11,7 +11,7 @@ namespace {
 constexpr size_t maxTries = 5; ///< Samples that are decoded until a frame comes out.
 
 /// The first frame of a stream; null when none comes out.
-AvHandle<AVFrame> firstFrame(const AVCodecParameters& parameters, const std::vector<Sample>& samples, TableIO& io)
+AvHandle<AVFrame> firstFrame(const AVCodecParameters& parameters, const std::vector<Sample>& samples, MaskedFileIO& io)
 {
     const AVCodec* codec = avcodec_find_decoder(parameters.codec_id);
     const AvHandle<AVCodecContext> context(codec ? avcodec_alloc_context3(codec) : nullptr);
@@ -35,7 +35,7 @@ AvHandle<AVFrame> firstFrame(const AVCodecParameters& parameters, const std::vec
 
 } // namespace
 
-void settleFrameSize(AVStream& stream, const std::vector<Sample>& samples, TableIO& io)
+void settleFrameSize(AVStream& stream, const std::vector<Sample>& samples, MaskedFileIO& io)
 {
     AVCodecParameters& parameters = *stream.codecpar;
     const bool isUnknown = parameters.width <= 0 || parameters.height <= 0;

@@ -1,7 +1,7 @@
 #include "media/stack/container/OutputOrder.h"
 
-#include "media/stack/container/SampleListing.h"
-#include "media/stack/container/TableIO.h"
+#include "media/stack/container/MaskedFileIO.h"
+#include "media/stack/container/PacketScan.h"
 
 #include <algorithm>
 #include <array>
@@ -180,7 +180,7 @@ bool areShownWhenDecoded(const std::vector<Sample>& samples)
     return std::all_of(samples.begin(), samples.end(), [](const Sample& sample) { return sample.pts == sample.dts; });
 }
 
-void settleTimes(StreamSamples& listed, const AVCodecParameters& parameters, TableIO& io)
+void settleTimes(StreamSamples& listed, const AVCodecParameters& parameters, MaskedFileIO& io)
 {
     std::vector<Sample>& samples = listed.samples;
     if (!OutputOrder::mayDiffer(parameters) || samples.size() < 2 || !areShownWhenDecoded(samples))

@@ -6,7 +6,7 @@
 namespace kelmo {
 
 struct StreamSamples;
-class TableIO;
+class MaskedFileIO;
 
 /// Finds out in which order the frames of a stream come out of a decoder, from their own headers. For containers that
 /// only say when a frame is decoded: there the times belong to the frames in the order in which they come out.
@@ -55,6 +55,6 @@ private:
 
 /// Settles the times of a track of a QuickTime or MP4 file that says nothing of the order of output. Looks at a few
 /// stretches of the media, and at all of it only if frames there come out in another order.
-void settleTimes(StreamSamples& listed, const AVCodecParameters& parameters, TableIO& io);
+void settleTimes(StreamSamples& listed, const AVCodecParameters& parameters, MaskedFileIO& io);
 
 } // namespace kelmo

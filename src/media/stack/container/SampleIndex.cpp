@@ -73,7 +73,7 @@ SampleIndex::SampleIndex(std::vector<Sample> samples, std::vector<EditSegment> e
     , m_timeBase(timeBase)
 {
     present(lastDuration);
-    if (!m_displays.empty())
+    if (!m_frames.empty())
         m_presentEnd = std::max(m_presentEnd, heldUntil);
     findReorderDepth();
 }
@@ -92,11 +92,11 @@ void SampleIndex::present(int64_t lastDuration)
     if (m_edits.empty())
         m_edits.push_back({first, first, mediaEnd - first});
 
-    m_displays.reserve(order.size());
+    m_frames.reserve(order.size());
     for (EditSegment& edit : m_edits) {
         edit.duration = std::min(edit.duration, mediaEnd - edit.mediaStart);
         // Only a damaged list presents everything again and again; it must not eat the memory.
-        if (edit.duration <= 0 || m_displays.size() > 8 * order.size())
+        if (edit.duration <= 0 || m_frames.size() > 8 * order.size())
             continue;
         // The first entry is the one that is on show when the segment starts, even when it began before.
         auto from = std::upper_bound(order.begin(), order.end(), edit.mediaStart,
@@ -105,7 +105,7 @@ void SampleIndex::present(int64_t lastDuration)
             --from;
         for (; from != order.end() && m_samples[size_t(*from)].pts < edit.mediaStart + edit.duration; ++from) {
             const int64_t shift = std::max<int64_t>(0, m_samples[size_t(*from)].pts - edit.mediaStart);
-            m_displays.push_back({edit.presentStart + shift, *from, entries.of(*from)});
+            m_frames.push_back({edit.presentStart + shift, *from, entries.of(*from)});
         }
         m_presentEnd = std::max(m_presentEnd, edit.presentStart + edit.duration);
     }
@@ -127,7 +127,7 @@ void SampleIndex::findReorderDepth()
     m_reorderDepth = std::min(m_reorderDepth, 16);
 }
 
-int64_t SampleIndex::presentStart() const { return m_displays.empty() ? 0 : m_displays.front().present; }
+int64_t SampleIndex::presentStart() const { return m_frames.empty() ? 0 : m_frames.front().present; }
 
 TimeRange SampleIndex::range() const
 {
@@ -135,18 +135,18 @@ TimeRange SampleIndex::range() const
     return {start, fromTicks(m_presentEnd, m_timeBase) - start};
 }
 
-std::optional<int> SampleIndex::displayAt(ExactTime time) const
+std::optional<int> SampleIndex::frameAt(ExactTime time) const
 {
-    const int next = displayAfter(time);
+    const int next = frameAfter(time);
     return next > 0 ? std::optional(next - 1) : std::nullopt;
 }
 
-int SampleIndex::displayAfter(ExactTime time) const
+int SampleIndex::frameAfter(ExactTime time) const
 {
     const int64_t ticks = time.ticksFloor(m_timeBase);
-    const auto next = std::upper_bound(m_displays.begin(), m_displays.end(), ticks,
-        [](int64_t at, const Display& display) { return at < display.present; });
-    return int(next - m_displays.begin());
+    const auto next = std::upper_bound(m_frames.begin(), m_frames.end(), ticks,
+        [](int64_t at, const PresentedFrame& display) { return at < display.present; });
+    return int(next - m_frames.begin());
 }
 
 } // namespace kelmo

@@ -31,7 +31,7 @@ struct EditSegment {
 class SampleIndex {
 public:
     /// A sample as presented: shown from `present` until the next entry's.
-    struct Display {
+    struct PresentedFrame {
         int64_t present = 0;
         int32_t sample = 0;
         int32_t key = 0; ///< The sample to start decoding at: the last key sample that precedes it in both orders.
@@ -45,23 +45,23 @@ public:
         int64_t heldUntil = 0);
 
     [[nodiscard]] const std::vector<Sample>& samples() const { return m_samples; }
-    [[nodiscard]] const std::vector<Display>& displays() const { return m_displays; } ///< Ascending by `present`.
+    [[nodiscard]] const std::vector<PresentedFrame>& frames() const { return m_frames; } ///< Ascending by `present`.
     [[nodiscard]] const std::vector<EditSegment>& edits() const { return m_edits; } ///< Never empty with samples.
     [[nodiscard]] Ratio timeBase() const { return m_timeBase; }
-    [[nodiscard]] bool isEmpty() const { return m_displays.empty(); }
+    [[nodiscard]] bool isEmpty() const { return m_frames.empty(); }
 
     [[nodiscard]] int64_t presentStart() const; ///< Ticks, included.
     [[nodiscard]] int64_t presentEnd() const { return m_presentEnd; } ///< Ticks, not included.
     [[nodiscard]] TimeRange range() const;
 
     /// The entry shown at a moment: the last one that does not start after it. None before the first.
-    [[nodiscard]] std::optional<int> displayAt(ExactTime time) const;
-    /// The first entry that starts after a moment; displays().size() when there is none.
-    [[nodiscard]] int displayAfter(ExactTime time) const;
+    [[nodiscard]] std::optional<int> frameAt(ExactTime time) const;
+    /// The first entry that starts after a moment; frames().size() when there is none.
+    [[nodiscard]] int frameAfter(ExactTime time) const;
 
     [[nodiscard]] const Sample& sampleOf(int display) const
     {
-        return m_samples[size_t(m_displays[size_t(display)].sample)];
+        return m_samples[size_t(m_frames[size_t(display)].sample)];
     }
 
     /// How many samples a decoder must hold back to put them into display order.
@@ -73,7 +73,7 @@ private:
 
     std::vector<Sample> m_samples;
     std::vector<EditSegment> m_edits;
-    std::vector<Display> m_displays;
+    std::vector<PresentedFrame> m_frames;
     Ratio m_timeBase{1, 1};
     int64_t m_presentEnd = 0;
     int m_reorderDepth = 0;

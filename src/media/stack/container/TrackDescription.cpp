@@ -45,7 +45,7 @@ void describeVideo(const AVStream& stream, Track& track)
     track.color = {parameters.color_primaries, parameters.color_trc, parameters.color_space,
         parameters.color_range == AVCOL_RANGE_JPEG};
     const double seconds = double(track.range.duration.us) / 1e6;
-    track.nominalFps = seconds > 0 ? double(track.index.displays().size()) / seconds : 0;
+    track.nominalFps = seconds > 0 ? double(track.index.frames().size()) / seconds : 0;
 }
 
 std::vector<int64_t> soundPositionsOf(const Track& track, std::span<const int> lengths)

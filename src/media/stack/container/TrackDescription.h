@@ -2,7 +2,7 @@
 
 #include "media/stack/container/Asset.h"
 #include "media/stack/container/MovBoxes.h"
-#include "media/stack/container/SampleListing.h"
+#include "media/stack/container/PacketScan.h"
 
 namespace kelmo {
 

@@ -8,8 +8,8 @@ namespace kelmo {
 /// what an export reads. Owned by one thread at a time.
 class FrameSequence {
 public:
-    /// `displays` may repeat entries and jump both ways.
-    FrameSequence(std::unique_ptr<VideoDecoder> decoder, std::vector<int> displays);
+    /// `frames` may repeat entries and jump both ways.
+    FrameSequence(std::unique_ptr<VideoDecoder> decoder, std::vector<int> frames);
 
     /// The picture of the next entry. Requires that the list is not used up.
     [[nodiscard]] Result<VideoFrame> next();
@@ -18,7 +18,7 @@ private:
     void startRun();
 
     std::unique_ptr<VideoDecoder> m_decoder;
-    std::vector<int> m_displays;
+    std::vector<int> m_frames;
     size_t m_next = 0;
     size_t m_runEnd = 0; ///< Not included.
 };

@@ -76,7 +76,7 @@ int TrackFrames::costOf(int display) const
         return 0;
     if (m_decoders[m_playing])
         return m_decoders[m_playing]->costOf(display);
-    const SampleIndex::Display& entry = m_track.index.displays()[size_t(display)];
+    const SampleIndex::PresentedFrame& entry = m_track.index.frames()[size_t(display)];
     return entry.sample - entry.key + 1;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "media/stack/decode/DecodingChoice.h"
+#include "media/stack/decode/DecoderSelector.h"
 
 #include <array>
 #include <condition_variable>
@@ -55,7 +55,7 @@ private:
     [[nodiscard]] int64_t ptsOf(int display) const { return m_track.index.sampleOf(display).pts; }
 
     const Track& m_track;
-    DecodingChoice m_choice;
+    DecoderSelector m_choice;
     const std::shared_ptr<FrameCache> m_cache;
     std::array<std::unique_ptr<VideoDecoder>, 2> m_decoders;
     size_t m_playing = 0; ///< The other one may be busy getting ready.

@@ -73,16 +73,16 @@ Result<void> VideoDecoder::fallBack(int display)
     m_next = -1;
     if (Result<void> opened = openCodec(); !opened)
         return opened;
-    restartAt(m_track.index.displays()[size_t(display)].key);
+    restartAt(m_track.index.frames()[size_t(display)].key);
     return {};
 }
 
-void VideoDecoder::expect(std::span<const int> displays)
+void VideoDecoder::expect(std::span<const int> frames)
 {
     const bool hadPlan = !m_expected.empty();
     m_expected.clear();
-    for (const int display : displays)
-        m_expected.push_back(m_track.index.displays()[size_t(display)].sample);
+    for (const int display : frames)
+        m_expected.push_back(m_track.index.frames()[size_t(display)].sample);
     std::sort(m_expected.begin(), m_expected.end());
     // What was fed under another plan may have been skipped, so it cannot be waited for.
     if (m_expected.empty() ? hadPlan : m_expected.front() < m_next)
@@ -105,21 +105,21 @@ void VideoDecoder::noteSkipped(int sample)
 
 bool VideoDecoder::wasSkipped(int display) const
 {
-    return std::binary_search(m_skipped.begin(), m_skipped.end(), m_track.index.displays()[size_t(display)].sample);
+    return std::binary_search(m_skipped.begin(), m_skipped.end(), m_track.index.frames()[size_t(display)].sample);
 }
 
 bool VideoDecoder::isAhead(int display) const
 {
     if (!m_referencesOnly && wasSkipped(display))
         return false;
-    return m_next >= 0 && !m_mustRestart && m_track.index.displays()[size_t(display)].key >= m_start
+    return m_next >= 0 && !m_mustRestart && m_track.index.frames()[size_t(display)].key >= m_start
         && m_track.index.sampleOf(display).pts > m_shownPts
-        && (!m_draining || m_track.index.displays()[size_t(display)].sample < m_next);
+        && (!m_draining || m_track.index.frames()[size_t(display)].sample < m_next);
 }
 
 int VideoDecoder::costOf(int display) const
 {
-    const SampleIndex::Display& entry = m_track.index.displays()[size_t(display)];
+    const SampleIndex::PresentedFrame& entry = m_track.index.frames()[size_t(display)];
     const int fromKey = entry.sample - entry.key + 1;
     if (m_track.index.sampleOf(display).pts == m_shownPts)
         return 0;
@@ -128,7 +128,7 @@ int VideoDecoder::costOf(int display) const
 
 Result<VideoFrame> VideoDecoder::frame(int display, const Stop& stop)
 {
-    const SampleIndex::Display& entry = m_track.index.displays()[size_t(display)];
+    const SampleIndex::PresentedFrame& entry = m_track.index.frames()[size_t(display)];
     const int64_t target = m_track.index.samples()[size_t(entry.sample)].pts;
     if (m_shown && m_shownPts == target)
         return m_shown;

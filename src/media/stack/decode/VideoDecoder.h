@@ -37,7 +37,7 @@ public:
 
     /// Announces the entries that will be asked for next, ascending: others are not decoded unless these depend on
     /// them, and nothing is read beyond the last. An empty list ends the announcement.
-    void expect(std::span<const int> displays);
+    void expect(std::span<const int> frames);
 
     /// For playing: of the entries after the one asked for, only those whose sample is marked will be asked for next.
     /// Any other may still be asked for, at the cost of starting again. Null when all will be. With `referencesOnly`,

@@ -19,12 +19,12 @@ PictureMoment placed(const CompositionSegment& segment, MediaTime from, MediaTim
 
 } // namespace
 
-PictureGrid::PictureGrid(std::shared_ptr<const PlayerItem> item, PictureDensity density)
+PictureGrid::PictureGrid(std::shared_ptr<const PlayerItem> item, FrameDropLevel dropLevel)
     : m_item(std::move(item))
     , m_screen(m_item->composition->screen)
     , m_perSecond(m_item->fps)
-    , m_stride(density.stride)
-    , m_keysOnly(density.keysOnly)
+    , m_stride(dropLevel.stride)
+    , m_keysOnly(dropLevel.keysOnly)
 {
     constexpr int fastestFps = 60; // Where the source has no steady rate.
     if (m_stride > 1 && m_perSecond == 0)
@@ -41,9 +41,9 @@ const CompositionSegment* PictureGrid::segmentFrom(const CompositionTrack& track
 MediaTime PictureGrid::presentTime(int display) const
 {
     const SampleIndex& index = m_screen.track->index;
-    MediaTime time = fromTicks(index.displays()[size_t(display)].present, index.timeBase());
+    MediaTime time = fromTicks(index.frames()[size_t(display)].present, index.timeBase());
     // The first whole microsecond at which it is on show.
-    if (index.displayAt(ExactTime::of(time)).value_or(-1) < display)
+    if (index.frameAt(ExactTime::of(time)).value_or(-1) < display)
         ++time.us;
     return time;
 }
@@ -63,16 +63,16 @@ PictureMoment PictureGrid::stepAt(const CompositionSegment& segment, MediaTime s
     const MediaTime to{ceilDivided((step + 1) * unit, m_perSecond)};
     const ExactTime shown
         = from < segment.source.start ? ExactTime::of(segment.source.start) : ExactTime{step * m_stride, m_perSecond};
-    return placed(segment, from, to, m_screen.track->index.displayAt(shown));
+    return placed(segment, from, to, m_screen.track->index.frameAt(shown));
 }
 
 PictureMoment PictureGrid::ownAt(const CompositionSegment& segment, MediaTime source) const
 {
     const SampleIndex& index = m_screen.track->index;
-    const std::optional<int> display = index.displayAt(ExactTime::of(source));
+    const std::optional<int> display = index.frameAt(ExactTime::of(source));
     const MediaTime from = display ? presentTime(*display) : segment.source.start;
     const int next = display ? *display + 1 : 0;
-    const MediaTime to = next < int(index.displays().size()) ? presentTime(next) : segment.source.end();
+    const MediaTime to = next < int(index.frames().size()) ? presentTime(next) : segment.source.end();
     return placed(segment, from, std::max(to, source + MediaTime{1}), display);
 }
 
@@ -80,8 +80,8 @@ PictureMoment PictureGrid::keyAt(const CompositionSegment& segment, MediaTime so
 {
     const SampleIndex& index = m_screen.track->index;
     const auto isKey = [&](int display) { return index.sampleOf(display).key; };
-    const int count = int(index.displays().size());
-    int shown = index.displayAt(ExactTime::of(source)).value_or(0);
+    const int count = int(index.frames().size());
+    int shown = index.frameAt(ExactTime::of(source)).value_or(0);
     while (shown > 0 && !isKey(shown))
         --shown;
     int next = shown + 1;
@@ -90,7 +90,7 @@ PictureMoment PictureGrid::keyAt(const CompositionSegment& segment, MediaTime so
     const MediaTime to = next < count ? presentTime(next) : segment.source.end();
     // A piece that begins between key pictures still begins with its own: an older one might have been cut away.
     const bool inside = presentTime(shown) >= segment.source.start;
-    const std::optional<int> display = inside ? shown : index.displayAt(ExactTime::of(segment.source.start));
+    const std::optional<int> display = inside ? shown : index.frameAt(ExactTime::of(segment.source.start));
     return placed(segment, presentTime(shown), std::max(to, source + MediaTime{1}), display);
 }
 
@@ -108,7 +108,7 @@ PictureMoment PictureGrid::at(MediaTime time) const
     }
     const std::optional<CompositionTrack>& camera = m_item->composition->camera;
     if (camera)
-        moment.camera = camera->displayAt(ExactTime::of(moment.start));
+        moment.camera = camera->frameAt(ExactTime::of(moment.start));
     return moment;
 }
 
@@ -116,10 +116,10 @@ PictureMoment PictureGrid::exactAt(MediaTime time) const
 {
     PictureMoment moment = at(time);
     moment.start = time;
-    moment.screen = m_screen.displayAt(ExactTime::of(time));
+    moment.screen = m_screen.frameAt(ExactTime::of(time));
     const std::optional<CompositionTrack>& camera = m_item->composition->camera;
     if (camera)
-        moment.camera = camera->displayAt(ExactTime::of(time));
+        moment.camera = camera->frameAt(ExactTime::of(time));
     return moment;
 }
 
@@ -129,16 +129,16 @@ std::shared_ptr<const std::vector<bool>> PictureGrid::wantedSamples() const
         return nullptr;
     const SampleIndex& index = m_screen.track->index;
     auto wanted = std::make_shared<std::vector<bool>>(index.samples().size());
-    const std::vector<SampleIndex::Display>& displays = index.displays();
+    const std::vector<SampleIndex::PresentedFrame>& frames = index.frames();
     const Ratio ticks = index.timeBase();
     // An entry is shown when a step of the grid falls between its start and the next one's.
     const auto firstStep = [&](size_t display) {
-        const int64_t present = display < displays.size() ? displays[display].present : index.presentEnd();
+        const int64_t present = display < frames.size() ? frames[display].present : index.presentEnd();
         return ceilDivided(present * ticks.num * m_perSecond, ticks.den * m_stride);
     };
-    for (size_t i = 0; i < displays.size(); ++i) {
+    for (size_t i = 0; i < frames.size(); ++i) {
         if (firstStep(i) < firstStep(i + 1))
-            (*wanted)[size_t(displays[i].sample)] = true;
+            (*wanted)[size_t(frames[i].sample)] = true;
     }
     return wanted;
 }

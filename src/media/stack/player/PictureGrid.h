@@ -1,7 +1,7 @@
 #pragma once
 
+#include "media/stack/player/FrameDropPolicy.h"
 #include "media/stack/player/PlayerItem.h"
-#include "media/stack/player/PlayingPace.h"
 
 namespace kelmo {
 
@@ -17,7 +17,7 @@ struct PictureMoment {
 /// that an edit elsewhere leaves it alone: the pictures decoded ahead before it are those wanted after it. Immutable.
 class PictureGrid {
 public:
-    PictureGrid(std::shared_ptr<const PlayerItem> item, PictureDensity density);
+    PictureGrid(std::shared_ptr<const PlayerItem> item, FrameDropLevel dropLevel);
 
     /// The picture of the grid on show at a time.
     [[nodiscard]] PictureMoment at(MediaTime time) const;

@@ -40,9 +40,9 @@ void PictureMaker::setItem(std::shared_ptr<const PlayerItem> item)
     if (!m_item)
         return;
     if (!hadGrid || !sameForm)
-        applyDensity();
+        applyDropLevel();
     else
-        m_grid.emplace(m_item, m_density);
+        m_grid.emplace(m_item, m_dropLevel);
 }
 
 void PictureMaker::openTracks()
@@ -62,18 +62,18 @@ void PictureMaker::openTracks()
         cameraCacheBytes);
 }
 
-void PictureMaker::setDensity(PictureDensity density)
+void PictureMaker::setDropLevel(FrameDropLevel dropLevel)
 {
-    if (density == m_density || !m_item)
+    if (dropLevel == m_dropLevel || !m_item)
         return;
-    m_density = density;
-    applyDensity();
+    m_dropLevel = dropLevel;
+    applyDropLevel();
 }
 
-void PictureMaker::applyDensity()
+void PictureMaker::applyDropLevel()
 {
-    m_grid.emplace(m_item, m_density);
-    m_screen->setWanted(m_grid->wantedSamples(), m_density.referencesOnly);
+    m_grid.emplace(m_item, m_dropLevel);
+    m_screen->setWanted(m_grid->wantedSamples(), m_dropLevel.referencesOnly);
 }
 
 VideoFrame PictureMaker::screenAt(std::optional<int> display, Use use, const Stop& stop)
@@ -142,7 +142,7 @@ std::optional<PictureMoment> PictureMaker::knownNear(const PictureMoment& moment
             return std::optional<int>();
         // A picture from beyond the piece might have been cut away.
         const TimeRange near = segment->place().intersected({moment.start - nearby, nearby + nearby});
-        const auto at = [&](MediaTime time) { return track.displayAt(ExactTime::of(time)).value_or(*display); };
+        const auto at = [&](MediaTime time) { return track.frameAt(ExactTime::of(time)).value_or(*display); };
         return frames.knownNear(*display, at(near.start), at(near.end() - MediaTime{1}));
     };
     const Composition& composition = *m_item->composition;
@@ -154,7 +154,7 @@ std::optional<PictureMoment> PictureMaker::knownNear(const PictureMoment& moment
         return std::nullopt;
     const SampleIndex& index = composition.screen.track->index;
     const auto present
-        = [&](int display) { return fromTicks(index.displays()[size_t(display)].present, index.timeBase()); };
+        = [&](int display) { return fromTicks(index.frames()[size_t(display)].present, index.timeBase()); };
     found.start = moment.start + (present(*found.screen) - present(*moment.screen));
     return found;
 }
@@ -194,7 +194,7 @@ PictureMaker::Image PictureMaker::make(const PictureMoment& moment, QSize box, c
     if (!image || image->isNull() || !scaler.scale(frame, *image, way.scaling))
         return nullptr;
     // With references only, it may be the picture before.
-    if (!m_density.referencesOnly)
+    if (!m_dropLevel.referencesOnly)
         m_made.push_front({key, image});
     return image;
 }
@@ -208,11 +208,11 @@ void PictureMaker::prepareTrack(
     if (!frames || !now || !next || next->at - time > lead)
         return;
     const SampleIndex& index = track.track->index;
-    const std::optional<int> last = index.displayAt(ExactTime::of(now->source.end() - MediaTime{1}));
-    const std::optional<int> first = index.displayAt(ExactTime::of(next->source.start));
+    const std::optional<int> last = index.frameAt(ExactTime::of(now->source.end() - MediaTime{1}));
+    const std::optional<int> first = index.frameAt(ExactTime::of(next->source.start));
     if (!last || !first)
         return;
-    const int onwards = index.displays()[size_t(*first)].sample - index.displays()[size_t(*last)].sample;
+    const int onwards = index.frames()[size_t(*first)].sample - index.frames()[size_t(*last)].sample;
     if (onwards < 0 || onwards > joinedSamples)
         frames->prepare(*first);
 }

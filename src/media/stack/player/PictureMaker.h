@@ -22,7 +22,7 @@ public:
     void setItem(std::shared_ptr<const PlayerItem> item);
 
     /// How much to leave out from now on.
-    void setDensity(PictureDensity density);
+    void setDropLevel(FrameDropLevel dropLevel);
     [[nodiscard]] const PictureGrid& grid() const { return *m_grid; }
 
     /// How a picture is asked for: `stop` is asked between two packets whether to give up.
@@ -67,11 +67,11 @@ private:
     [[nodiscard]] std::shared_ptr<QImage> freshImage(QSize size);
     void prepareTrack(const CompositionTrack& track, TrackFrames* frames, MediaTime time, MediaTime lead) const;
     void openTracks();
-    void applyDensity();
+    void applyDropLevel();
 
     std::shared_ptr<const PlayerItem> m_item;
     std::optional<PictureGrid> m_grid;
-    PictureDensity m_density;
+    FrameDropLevel m_dropLevel;
 
     std::unique_ptr<TrackFrames> m_screen;
     std::unique_ptr<TrackFrames> m_camera;

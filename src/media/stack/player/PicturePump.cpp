@@ -117,7 +117,7 @@ void PicturePump::serve()
         makeAhead(m_order.start);
         return;
     }
-    m_pace.begin(MonotonicClock::nowMs());
+    m_dropPolicy.begin(MonotonicClock::nowMs());
     if (land()) {
         rest();
         makeAhead(m_first.end);
@@ -128,7 +128,7 @@ void PicturePump::serve()
 bool PicturePump::land()
 {
     if (!m_order.playing)
-        m_maker.setDensity({}); // To the exact frame, whatever was left out while it played.
+        m_maker.setDropLevel({}); // To the exact frame, whatever was left out while it played.
     const PictureGrid& grid = m_maker.grid();
     m_first = m_order.playing ? grid.at(m_order.start) : grid.exactAt(m_order.start);
     if (!m_order.playing)
@@ -247,8 +247,8 @@ void PicturePump::makeAhead(MediaTime from)
                 [this] { return isInterrupted(); }))
             return;
         if (const std::optional<double> rate = playingRate()) {
-            m_pace.note((m_clock() - moment.end).ms(), MonotonicClock::nowMs());
-            m_maker.setDensity(m_pace.density(*rate));
+            m_dropPolicy.note((m_clock() - moment.end).ms(), MonotonicClock::nowMs());
+            m_maker.setDropLevel(m_dropPolicy.dropLevel(*rate));
         }
         time = moment.end;
     }

@@ -70,7 +70,7 @@ private:
     PictureMoment m_first;
     bool m_refined = false; ///< Whether the first picture is as good as it gets, or need not be.
     int m_attended = 0; ///< The latest epoch that something nearby was looked for.
-    PlayingPace m_pace;
+    FrameDropPolicy m_dropPolicy;
     std::thread m_thread;
 };
 

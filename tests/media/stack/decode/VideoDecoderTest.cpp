@@ -1,7 +1,7 @@
 #include "media/stack/decode/VideoDecoder.h"
 
 #include "media/stack/container/AssetOpening.h"
-#include "media/stack/container/SampleListing.h"
+#include "media/stack/container/PacketScan.h"
 #include "media/stack/decode/FrameSequence.h"
 #include "media/stack/picture/FrameConverter.h"
 #include "tests/movies/CodedMovie.h"
@@ -172,15 +172,15 @@ protected:
     {
         std::vector<double> moments;
         const Ratio base = m_track->index.timeBase();
-        const auto& displays = m_track->index.displays();
-        for (size_t i = 0; i < displays.size(); ++i) {
-            const int64_t next = i + 1 < displays.size() ? displays[i + 1].present : m_track->index.presentEnd();
-            moments.push_back(1000.0 * double(displays[i].present + next) / 2 * double(base.num) / double(base.den));
+        const auto& frames = m_track->index.frames();
+        for (size_t i = 0; i < frames.size(); ++i) {
+            const int64_t next = i + 1 < frames.size() ? frames[i + 1].present : m_track->index.presentEnd();
+            moments.push_back(1000.0 * double(frames[i].present + next) / 2 * double(base.num) / double(base.den));
         }
         return moments;
     }
 
-    int displayAt(double ms) const { return *m_track->index.displayAt(ExactTime::of(MediaTime::fromMs(ms))); }
+    int frameAt(double ms) const { return *m_track->index.frameAt(ExactTime::of(MediaTime::fromMs(ms))); }
 
     QTemporaryDir m_folder;
     CodedMovie m_movie;
@@ -198,16 +198,16 @@ TEST_P(VideoDecoderFormats, frameInAnyOrderShowsWhatWasMade)
     std::minstd_rand random(7);
     for (int i = 0; i < 40; ++i) {
         const double ms = moments[random() % moments.size()];
-        EXPECT_EQ(numberIn(jumping->frame(displayAt(ms))), madeAt(m_movie, ms)) << "jump to " << ms << " ms";
+        EXPECT_EQ(numberIn(jumping->frame(frameAt(ms))), madeAt(m_movie, ms)) << "jump to " << ms << " ms";
     }
     const std::unique_ptr<VideoDecoder> reading = decoder();
     for (const double ms : moments)
-        ASSERT_EQ(numberIn(reading->frame(displayAt(ms))), madeAt(m_movie, ms)) << "reading at " << ms << " ms";
+        ASSERT_EQ(numberIn(reading->frame(frameAt(ms))), madeAt(m_movie, ms)) << "reading at " << ms << " ms";
     // Near the ends of the file, where decoders are drained.
-    EXPECT_EQ(numberIn(reading->frame(displayAt(moments.back()))), madeAt(m_movie, moments.back()));
-    EXPECT_EQ(numberIn(reading->frame(displayAt(moments.front()))), madeAt(m_movie, moments.front()));
+    EXPECT_EQ(numberIn(reading->frame(frameAt(moments.back()))), madeAt(m_movie, moments.back()));
+    EXPECT_EQ(numberIn(reading->frame(frameAt(moments.front()))), madeAt(m_movie, moments.front()));
     EXPECT_EQ(
-        numberIn(reading->frame(displayAt(moments[moments.size() - 2]))), madeAt(m_movie, moments[moments.size() - 2]));
+        numberIn(reading->frame(frameAt(moments[moments.size() - 2]))), madeAt(m_movie, moments[moments.size() - 2]));
 }
 
 TEST_P(VideoDecoderFormats, sequenceWithGapsAndRepeatsShowsWhatWasMade)
@@ -226,10 +226,10 @@ TEST_P(VideoDecoderFormats, sequenceWithGapsAndRepeatsShowsWhatWasMade)
     }
     for (size_t i = 10; i < 25; ++i)
         wanted.push_back(moments[i]);
-    std::vector<int> displays;
+    std::vector<int> frames;
     for (const double ms : wanted)
-        displays.push_back(displayAt(ms));
-    FrameSequence sequence(decoder(), displays);
+        frames.push_back(frameAt(ms));
+    FrameSequence sequence(decoder(), frames);
     for (const double ms : wanted)
         ASSERT_EQ(numberIn(sequence.next()), madeAt(m_movie, ms)) << "at " << ms << " ms";
 }
@@ -242,7 +242,7 @@ TEST_P(VideoDecoderFormats, singleLooksWithAPlanShowWhatWasMade)
     for (int i = 0; i < 25; ++i) {
         // Now and then a neighbour of the last look, which may have been skipped then.
         const size_t at = i % 3 ? random() % moments.size() : std::min(moments.size() - 1, size_t(i));
-        const int display = displayAt(moments[at]);
+        const int display = frameAt(moments[at]);
         looking->expect(std::array{display});
         EXPECT_EQ(numberIn(looking->frame(display)), madeAt(m_movie, moments[at])) << "at " << moments[at] << " ms";
     }
@@ -259,10 +259,10 @@ TEST_P(VideoDecoderFormats, framesGivenUpOnTheWayAndOthersAfterThemShowWhatWasMa
         // What is given up leaves the decoder anywhere; now and then playing thins out in between.
         int packets = int(random() % 12);
         looking->setWanted(nullptr, i % 5 == 0);
-        (void)looking->frame(displayAt(moments[random() % moments.size()]), [&] { return packets-- == 0; });
+        (void)looking->frame(frameAt(moments[random() % moments.size()]), [&] { return packets-- == 0; });
         looking->setWanted(nullptr);
         const double ms = moments[random() % moments.size()];
-        const int display = displayAt(ms);
+        const int display = frameAt(ms);
         ASSERT_EQ(numberIn(looking->frame(display)), madeAt(m_movie, ms)) << "at " << ms << " ms";
         for (int near = std::max(0, display - 12); near <= display; ++near) {
             const VideoFrame kept = cache->find(m_track->index.sampleOf(near).pts);
@@ -287,8 +287,8 @@ TEST_P(VideoDecoderFormats, samplesOfTheTablesAreThoseThatTheDemuxerDelivers)
     AVFormatContext& format = **input;
     format.flags |= AVFMT_FLAG_NOPARSE | AVFMT_FLAG_NOFILLIN;
     const std::optional<StreamSamples> tabled
-        = listSamples(boxes.tracks.at(format.streams[0]->id), file.size(), std::nullopt);
-    const std::optional<std::vector<StreamSamples>> stepped = listSamples(format, {0}, file.size());
+        = readSampleTable(boxes.tracks.at(format.streams[0]->id), file.size(), std::nullopt);
+    const std::optional<std::vector<StreamSamples>> stepped = scanPackets(format, {0}, file.size());
     ASSERT_TRUE(tabled);
     ASSERT_EQ(tabled->samples.size(), stepped->front().samples.size());
     for (size_t i = 0; i < tabled->samples.size(); ++i) {

@@ -1,4 +1,4 @@
-#include "media/stack/container/SampleListing.h"
+#include "media/stack/container/PacketScan.h"
 
 #include "media/stack/container/OutputOrder.h"
 #include "media/stack/container/PacketLengths.h"
@@ -88,7 +88,7 @@ void StreamSamples::settleLastDuration(int64_t wholeLength, int64_t ticksPerSeco
         lastDuration = rest;
 }
 
-std::optional<std::vector<StreamSamples>> listSamples(
+std::optional<std::vector<StreamSamples>> scanPackets(
     AVFormatContext& input, const std::set<int>& wanted, int64_t fileSize)
 {
     std::vector<StreamSamples> streams(input.nb_streams);

@@ -1,4 +1,4 @@
-#include "media/stack/container/TableIO.h"
+#include "media/stack/container/MaskedFileIO.h"
 
 #include "media/stack/container/BoxBytes.h"
 
@@ -10,30 +10,30 @@ constexpr int bufferSize = 64 << 10;
 
 } // namespace
 
-TableIO::TableIO(const QString& path)
+MaskedFileIO::MaskedFileIO(const QString& path)
     : m_file(path)
 {
 }
 
-TableIO::~TableIO()
+MaskedFileIO::~MaskedFileIO()
 {
     if (m_context)
         av_freep(&m_context->buffer);
     avio_context_free(&m_context);
 }
 
-bool TableIO::open()
+bool MaskedFileIO::open()
 {
     if (!m_file.open(QIODevice::ReadOnly))
         return false;
     m_boxes = MovBoxes::read(m_file);
     m_patches = m_boxes.corrections;
     auto* buffer = static_cast<uint8_t*>(av_malloc(bufferSize));
-    m_context = avio_alloc_context(buffer, bufferSize, 0, this, &TableIO::read, nullptr, &TableIO::seek);
+    m_context = avio_alloc_context(buffer, bufferSize, 0, this, &MaskedFileIO::read, nullptr, &MaskedFileIO::seek);
     return m_context != nullptr;
 }
 
-void TableIO::hideTables()
+void MaskedFileIO::hideTables()
 {
     for (const int64_t type : m_boxes.tableTypes)
         m_patches.push_back({type, tag("free")});
@@ -41,13 +41,13 @@ void TableIO::hideTables()
         [](const MovBoxes::Patch& a, const MovBoxes::Patch& b) { return a.at < b.at; });
 }
 
-void TableIO::skipMediaData()
+void MaskedFileIO::skipMediaData()
 {
     m_skip = true;
     m_context->direct = 1;
 }
 
-bool TableIO::readSample(const Sample& sample, AVPacket& packet)
+bool MaskedFileIO::readSample(const Sample& sample, AVPacket& packet)
 {
     av_packet_unref(&packet);
     return sample.position >= 0 && sample.size > 0 && m_file.seek(sample.position)
@@ -55,9 +55,9 @@ bool TableIO::readSample(const Sample& sample, AVPacket& packet)
         && m_file.read(reinterpret_cast<char*>(packet.data), sample.size) == sample.size;
 }
 
-int TableIO::read(void* opaque, uint8_t* buffer, int size)
+int MaskedFileIO::read(void* opaque, uint8_t* buffer, int size)
 {
-    auto* io = static_cast<TableIO*>(opaque);
+    auto* io = static_cast<MaskedFileIO*>(opaque);
     if (io->m_skip && io->m_boxes.isMediaData(io->m_position, io->m_position + size)) {
         io->m_position += size;
         return size;
@@ -72,9 +72,9 @@ int TableIO::read(void* opaque, uint8_t* buffer, int size)
     return got == 0 ? AVERROR_EOF : int(got);
 }
 
-int64_t TableIO::seek(void* opaque, int64_t offset, int whence)
+int64_t MaskedFileIO::seek(void* opaque, int64_t offset, int whence)
 {
-    auto* io = static_cast<TableIO*>(opaque);
+    auto* io = static_cast<MaskedFileIO*>(opaque);
     if (whence == AVSEEK_SIZE)
         return io->m_file.size();
     if (whence == SEEK_CUR)
@@ -88,7 +88,7 @@ int64_t TableIO::seek(void* opaque, int64_t offset, int whence)
 }
 
 /// Puts the patches among the `count` bytes from the current position on.
-void TableIO::patch(uint8_t* buffer, int64_t count) const
+void MaskedFileIO::patch(uint8_t* buffer, int64_t count) const
 {
     auto patch = std::upper_bound(m_patches.begin(), m_patches.end(), m_position - 4,
         [](int64_t at, const MovBoxes::Patch& each) { return at < each.at; });

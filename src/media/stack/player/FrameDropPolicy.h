@@ -3,18 +3,18 @@
 namespace kelmo {
 
 /// Which pictures of an edit are made while it plays.
-struct PictureDensity {
+struct FrameDropLevel {
     int stride = 1; ///< Shows every n-th step of the grid.
     bool referencesOnly = false; ///< Where a picture is one that no other refers to, the one before it stays.
     bool keysOnly = false;
 
-    bool operator==(const PictureDensity&) const = default;
+    bool operator==(const FrameDropLevel&) const = default;
 };
 
 /// Decides how much is left out when decoding cannot keep up with the clock: first the pictures that no other refers
 /// to, then every second and three of four of those that would be shown, then all but key pictures. Comes back step by
 /// step once there is time. Times are on the monotonic clock, in ms. A plain value.
-class PlayingPace {
+class FrameDropPolicy {
 public:
     /// Playing begins or jumps: what was late before says nothing any more, what was left out remains so.
     void begin(double nowMs);
@@ -22,7 +22,7 @@ public:
     void note(double lateMs, double nowMs);
 
     /// At this rate more than this cannot be seen.
-    [[nodiscard]] PictureDensity density(double rate) const;
+    [[nodiscard]] FrameDropLevel dropLevel(double rate) const;
 
 private:
     int m_level = 0;

@@ -1,4 +1,4 @@
-#include "media/stack/player/PlayingPace.h"
+#include "media/stack/player/FrameDropPolicy.h"
 
 #include <algorithm>
 #include <array>
@@ -26,13 +26,13 @@ constexpr std::array levels{
 
 } // namespace
 
-void PlayingPace::begin(double nowMs)
+void FrameDropPolicy::begin(double nowMs)
 {
     m_steadySinceMs = nowMs;
     m_thinnedAtMs = nowMs;
 }
 
-void PlayingPace::note(double lateMs, double nowMs)
+void FrameDropPolicy::note(double lateMs, double nowMs)
 {
     const bool mayThin = m_level + 1 < int(levels.size()) && nowMs - m_thinnedAtMs > thinEveryMs;
     if (lateMs > tooLateMs && mayThin) {
@@ -47,7 +47,7 @@ void PlayingPace::note(double lateMs, double nowMs)
     }
 }
 
-PictureDensity PlayingPace::density(double rate) const
+FrameDropLevel FrameDropPolicy::dropLevel(double rate) const
 {
     const Level& level = levels[size_t(m_level)];
     return {level.stride * std::max(1, int(rate)), level.referencesOnly, level.keysOnly};

@@ -1,4 +1,4 @@
-#include "media/stack/container/SampleListing.h"
+#include "media/stack/container/PacketScan.h"
 
 #include <QtEndian>
 
@@ -249,7 +249,7 @@ private:
 
 } // namespace
 
-std::optional<StreamSamples> listSamples(
+std::optional<StreamSamples> readSampleTable(
     const MovBoxes::TrackBoxes& track, int64_t fileSize, std::optional<int> soundFrameSize)
 {
     Listing listing(track, fileSize);

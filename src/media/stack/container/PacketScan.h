@@ -33,13 +33,13 @@ struct StreamSamples {
 
 /// Steps through the whole file and notes every sample of the wanted streams, one entry for each stream, and, unless
 /// the input leaves parsing out, how much sound each holds. None when there are more than anybody can use.
-[[nodiscard]] std::optional<std::vector<StreamSamples>> listSamples(
+[[nodiscard]] std::optional<std::vector<StreamSamples>> scanPackets(
     AVFormatContext& input, const std::set<int>& wanted, int64_t fileSize);
 
 /// The same for one track, from its own tables: a few milliseconds for an hour. `soundFrameSize` is how many bytes a
 /// moment of uncompressed sound takes, 0 for compressed sound, none for pictures. None where the tables are of a rare
 /// kind or don't agree with each other.
-[[nodiscard]] std::optional<StreamSamples> listSamples(
+[[nodiscard]] std::optional<StreamSamples> readSampleTable(
     const MovBoxes::TrackBoxes& track, int64_t fileSize, std::optional<int> soundFrameSize);
 
 } // namespace kelmo

@@ -5,7 +5,7 @@
 namespace kelmo {
 
 /// How long sharing waits where it waits. A plain value; tests that fail requests by the thousand wait less.
-struct SharePace {
+struct ShareTimeouts {
     std::chrono::milliseconds requestTimeout{120'000}; ///< Without progress in sending, then for the whole answer.
     std::chrono::milliseconds retryWait{700}; ///< After a part's first failure; twice that after the second.
     std::chrono::milliseconds exportTick{250}; ///< Between two looks at how far the export is.

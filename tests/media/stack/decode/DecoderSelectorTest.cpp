@@ -1,4 +1,4 @@
-#include "media/stack/decode/DecodingChoice.h"
+#include "media/stack/decode/DecoderSelector.h"
 
 #include "tests/media/stack/player/PlayerFixture.h"
 #include "tools/moviemaker/FrameCode.h"
@@ -30,7 +30,7 @@ private:
     const int m_slowMs;
 };
 
-class DecodingChoiceTest : public PlayerFixture {
+class DecoderSelectorTest : public PlayerFixture {
 protected:
     [[nodiscard]] static std::optional<int> numberIn(const Result<VideoFrame>& frame)
     {
@@ -40,7 +40,7 @@ protected:
 
 } // namespace
 
-TEST_F(DecodingChoiceTest, deviceFailsAtAnyMomentSoftwareGoesOnWithTheSamePicture)
+TEST_F(DecoderSelectorTest, deviceFailsAtAnyMomentSoftwareGoesOnWithTheSamePicture)
 {
     const std::shared_ptr<const Asset> asset = movie(QStringLiteral("a.mov"), 4);
     for (const int worksFor : {0, 1, 7, 40}) {
@@ -56,13 +56,13 @@ TEST_F(DecodingChoiceTest, deviceFailsAtAnyMomentSoftwareGoesOnWithTheSamePictur
     }
 }
 
-TEST_F(DecodingChoiceTest, deviceThatIsSlowerOrFailsIsNotChosen)
+TEST_F(DecoderSelectorTest, deviceThatIsSlowerOrFailsIsNotChosen)
 {
     const std::shared_ptr<const Asset> asset = movie(QStringLiteral("a.mov"), 4);
     const auto slow = std::make_shared<PretendedDevice>(1 << 20, 20);
     const auto broken = std::make_shared<PretendedDevice>(10, 0);
     for (const auto& device : {slow, broken}) {
-        const DecodingChoice choice(asset, asset->tracks()[0], 2, [&](const Track&) { return device; });
+        const DecoderSelector choice(asset, asset->tracks()[0], 2, [&](const Track&) { return device; });
         ASSERT_TRUE(waitUntil([&] { return choice.isDecided(); }, 60'000));
         const Result<std::unique_ptr<VideoDecoder>> decoder = choice.open();
         ASSERT_TRUE(decoder);
@@ -71,22 +71,22 @@ TEST_F(DecodingChoiceTest, deviceThatIsSlowerOrFailsIsNotChosen)
     }
 }
 
-TEST_F(DecodingChoiceTest, machineWithoutADeviceDecodesInSoftwareAtOnce)
+TEST_F(DecoderSelectorTest, machineWithoutADeviceDecodesInSoftwareAtOnce)
 {
     const std::shared_ptr<const Asset> asset = movie(QStringLiteral("a.mov"), 2);
-    const DecodingChoice choice(asset, asset->tracks()[0], 2, [](const Track&) { return nullptr; });
+    const DecoderSelector choice(asset, asset->tracks()[0], 2, [](const Track&) { return nullptr; });
     const Result<std::unique_ptr<VideoDecoder>> decoder = choice.open();
     ASSERT_TRUE(decoder);
     EXPECT_EQ(numberIn((*decoder)->frame(11)), 11);
 }
 
-TEST_F(DecodingChoiceTest, endWhileMeasuringDoesNotWaitForIt)
+TEST_F(DecoderSelectorTest, endWhileMeasuringDoesNotWaitForIt)
 {
     const std::shared_ptr<const Asset> asset = movie(QStringLiteral("a.mov"), 4);
     const auto slow = std::make_shared<PretendedDevice>(1 << 20, 200);
     const auto start = std::chrono::steady_clock::now();
     {
-        const DecodingChoice choice(asset, asset->tracks()[0], 2, [&](const Track&) { return slow; });
+        const DecoderSelector choice(asset, asset->tracks()[0], 2, [&](const Track&) { return slow; });
         wait(50);
     }
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2)) << "48 pictures would take ten";

@@ -12,12 +12,12 @@ namespace kelmo {
 /// read by us in a fraction of the time. With `skipMediaData` bytes inside `mdat` bodies are not read from disk: the
 /// demuxer needs to step over them, and their contents are not read. Absurd sample counts read as possible ones.
 /// Owned by the opener of the file, and outlives what libav opens on it; any one thread.
-class TableIO {
+class MaskedFileIO {
 public:
-    explicit TableIO(const QString& path);
-    ~TableIO();
-    TableIO(const TableIO&) = delete;
-    TableIO& operator=(const TableIO&) = delete;
+    explicit MaskedFileIO(const QString& path);
+    ~MaskedFileIO();
+    MaskedFileIO(const MaskedFileIO&) = delete;
+    MaskedFileIO& operator=(const MaskedFileIO&) = delete;
 
     [[nodiscard]] bool open(); ///< Reads the boxes, too. False when the file cannot be read; `reason` says why.
     void hideTables(); ///< Requires: open.

@@ -11,16 +11,16 @@ namespace kelmo {
 /// How the pictures of a track are decoded. Software is there at once; whether a device of the machine is faster is
 /// measured meanwhile, on a thread of its own, which ends with the object. Where there is no device, nothing is
 /// measured. Thread-safe.
-class DecodingChoice {
+class DecoderSelector {
 public:
     using Opener = std::function<std::shared_ptr<const HardwareDevice>(const Track&)>;
 
     /// `threads` is for decoding in software.
-    DecodingChoice(
+    DecoderSelector(
         std::shared_ptr<const Asset> asset, const Track& track, int threads, Opener opener = &HardwareDevice::openFor);
-    ~DecodingChoice();
-    DecodingChoice(const DecodingChoice&) = delete;
-    DecodingChoice& operator=(const DecodingChoice&) = delete;
+    ~DecoderSelector();
+    DecoderSelector(const DecoderSelector&) = delete;
+    DecoderSelector& operator=(const DecoderSelector&) = delete;
 
     /// A decoder as is best by now.
     [[nodiscard]] Result<std::unique_ptr<VideoDecoder>> open() const;

@@ -1,4 +1,4 @@
-#include "media/stack/decode/DecodingChoice.h"
+#include "media/stack/decode/DecoderSelector.h"
 
 #include "platform/MonotonicClock.h"
 #include "telemetry/Log.h"
@@ -14,7 +14,7 @@ constexpr double worthwhile = 1.2;
 
 } // namespace
 
-DecodingChoice::DecodingChoice(std::shared_ptr<const Asset> asset, const Track& track, int threads, Opener opener)
+DecoderSelector::DecoderSelector(std::shared_ptr<const Asset> asset, const Track& track, int threads, Opener opener)
     : m_asset(std::move(asset))
     , m_track(track)
     , m_threads(threads)
@@ -22,20 +22,20 @@ DecodingChoice::DecodingChoice(std::shared_ptr<const Asset> asset, const Track& 
 {
 }
 
-DecodingChoice::~DecodingChoice()
+DecoderSelector::~DecoderSelector()
 {
     m_ending = true;
     m_thread.join();
 }
 
 /// Milliseconds for the first pictures of the track; none when they cannot be decoded like this.
-std::optional<double> DecodingChoice::measure(const std::shared_ptr<const HardwareDevice>& device) const
+std::optional<double> DecoderSelector::measure(const std::shared_ptr<const HardwareDevice>& device) const
 {
     const Result<std::unique_ptr<VideoDecoder>> decoder = VideoDecoder::open(m_asset, m_track, m_threads, device);
     if (!decoder)
         return std::nullopt;
     const double start = MonotonicClock::nowMs();
-    const int count = std::min(measuredFrames, int(m_track.index.displays().size()));
+    const int count = std::min(measuredFrames, int(m_track.index.frames().size()));
     for (int display = 0; display < count; ++display) {
         const Result<VideoFrame> frame = (*decoder)->frame(display, [this] { return m_ending.load(); });
         if (!frame || (*decoder)->device() != device)
@@ -44,7 +44,7 @@ std::optional<double> DecodingChoice::measure(const std::shared_ptr<const Hardwa
     return MonotonicClock::nowMs() - start;
 }
 
-void DecodingChoice::decide(const Opener& opener)
+void DecoderSelector::decide(const Opener& opener)
 {
     const std::shared_ptr<const HardwareDevice> device = opener(m_track);
     if (device) {
@@ -68,18 +68,18 @@ void DecodingChoice::decide(const Opener& opener)
     m_decided = true;
 }
 
-std::shared_ptr<const HardwareDevice> DecodingChoice::device() const
+std::shared_ptr<const HardwareDevice> DecoderSelector::device() const
 {
     const std::lock_guard lock(m_mutex);
     return m_device;
 }
 
-Result<std::unique_ptr<VideoDecoder>> DecodingChoice::open() const
+Result<std::unique_ptr<VideoDecoder>> DecoderSelector::open() const
 {
     return VideoDecoder::open(m_asset, m_track, m_threads, device());
 }
 
-bool DecodingChoice::isOutdated(const VideoDecoder& decoder) const
+bool DecoderSelector::isOutdated(const VideoDecoder& decoder) const
 {
     return device() && !decoder.device() && !decoder.hasFallenBack();
 }
