@@ -64,7 +64,8 @@ function(kelmo_library name)
 endfunction()
 
 # kelmo_tests(NAME LINKS...): the test program of one folder of tests/ and those below it; every TEST becomes one ctest
-# entry. Folders that match KELMO_TESTS_EXCLUDE have a program of their own.
+# entry. Folders that match KELMO_TESTS_EXCLUDE have a program of their own, tests that match the filter
+# KELMO_SLOW_TESTS are labelled slow, all others fast.
 function(kelmo_tests name)
     file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
     if(KELMO_TESTS_EXCLUDE)
@@ -75,6 +76,16 @@ function(kelmo_tests name)
     target_include_directories(tests_${name} PRIVATE ${CMAKE_SOURCE_DIR})
     target_link_libraries(tests_${name} PRIVATE ${ARGN} tests_support GTest::gmock)
     target_precompile_headers(tests_${name} REUSE_FROM kelmo_pch)
-    gtest_discover_tests(tests_${name} TEST_PREFIX ${name}. DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300
-        ENVIRONMENT LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/asan.supp:print_suppressions=0)
+    # One ctest entry for each TEST. What takes more than a second or two is slow; script/test --fast leaves it out.
+    set(filters "-${KELMO_SLOW_TESTS}")
+    if(KELMO_SLOW_TESTS)
+        list(APPEND filters ${KELMO_SLOW_TESTS})
+    endif()
+    set(label fast)
+    foreach(filter ${filters})
+        gtest_discover_tests(tests_${name} TEST_PREFIX ${name}. TEST_FILTER ${filter} TEST_LIST ${name}_${label}
+            DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 300 LABELS ${label} ENVIRONMENT
+            LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/asan.supp:print_suppressions=0)
+        set(label slow)
+    endforeach()
 endfunction()

@@ -37,6 +37,7 @@ void makeMovie(const MovieSpec& spec, const std::vector<int64_t>& times)
 std::vector<int64_t> steadyTimes(int count, int64_t step)
 {
     std::vector<int64_t> times;
+    times.reserve(size_t(count));
     for (int index = 0; index < count; ++index)
         times.push_back(index * step);
     return times;
@@ -48,6 +49,9 @@ struct Case {
     const char* suffix;
     MovieLayout layout = MovieLayout::TablesAtEnd;
 };
+
+// The name of a test ends in it.
+[[maybe_unused]] void PrintTo(const Case& each, std::ostream* out) { *out << each.name; }
 
 VideoSpec with(const std::function<void(VideoSpec&)>& change)
 {

@@ -24,6 +24,9 @@ struct Case {
     int64_t editStart; ///< Of the track's edit list, in its samples; -1 for none.
 };
 
+// The name of a test ends in it.
+[[maybe_unused]] void PrintTo(const Case& each, std::ostream* out) { *out << each.name; }
+
 constexpr int window = 4096;
 
 QString text(const char* latin) { return QString::fromLatin1(latin); }

@@ -24,6 +24,9 @@ struct Case {
     std::function<void(CodedMovie&)> change;
 };
 
+// The name of a test ends in it.
+[[maybe_unused]] void PrintTo(const Case& each, std::ostream* out) { *out << each.name; }
+
 QString text(const char* latin) { return QString::fromLatin1(latin); }
 
 const std::vector<Case>& cases()
@@ -227,6 +230,7 @@ TEST_P(VideoDecoderFormats, sequenceWithGapsAndRepeatsShowsWhatWasMade)
     for (size_t i = 10; i < 25; ++i)
         wanted.push_back(moments[i]);
     std::vector<int> frames;
+    frames.reserve(wanted.size());
     for (const double ms : wanted)
         frames.push_back(frameAt(ms));
     FrameSequence sequence(decoder(), frames);
