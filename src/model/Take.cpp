@@ -8,6 +8,7 @@
 #include <QFileInfo>
 #include <QHashFunctions>
 #include <QSet>
+#include <QTimeZone>
 
 #include <algorithm>
 
@@ -81,7 +82,7 @@ void shift(std::vector<Word>& words, double offsetMs)
 QDateTime modificationTime(const QString& path)
 {
     const QDateTime time = QFileInfo(path).lastModified();
-    return time.isValid() ? time : QDateTime::fromMSecsSinceEpoch(std::numeric_limits<qint64>::min(), Qt::UTC);
+    return time.isValid() ? time : QDateTime::fromMSecsSinceEpoch(std::numeric_limits<qint64>::min(), QTimeZone::utc());
 }
 
 QString withoutExtension(const QString& name)
